@@ -73,7 +73,7 @@ class BOKFOLIO_EXPORT Decimal {
   int sign() const noexcept { return isZero() ? 0 : (negative_ ? -1 : 1); }
 
   Decimal negated() const noexcept;
-  Decimal magnitude() const noexcept;
+  Decimal absolute() const noexcept;
   // value * 10^power, exact.
   Decimal scaledByPowerOf10(int power) const;
   // Rounded to `scale` digits after the decimal point; a negative scale rounds to tens, hundreds...
