@@ -1,6 +1,7 @@
-// Error: the value in which every expected failure of the library travels. It names a domain, a code
-// within it and a dictionary of details, so that a host can decide by code and show the description.
-// Programming errors are not reported this way; they are exceptions or go to the assertion handler.
+// Error: the value in which every expected failure of the library travels. It names a domain, a
+// code within it and a dictionary of details, so that a host can decide by code and show the
+// description. Programming errors are not reported this way; they are exceptions or go to the
+// assertion handler.
 #pragma once
 
 #include <map>
