@@ -1,0 +1,94 @@
+// Index: the live records of one entity, ordered by one or two of their stored values and then by id,
+// so that equality, ranges and "the greatest one" are found without a scan.
+//
+// Values are coded into 64 bits that keep their order: nil is 0 and comes first, integers, dates and
+// references are exact (the two lowest integers share a code), doubles and decimals are coded through
+// their nearest double, texts through a hash and therefore answer equality only. Codes may coincide
+// for unequal values: an index narrows, the predicate decides.
+//
+// A record leaves the index when an indexed value is about to change and is taken in again when the
+// index is next asked, so that a burst of writes costs one reordering.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "bokfolio/store/internal/sorted_blocks.hpp"
+#include "bokfolio/store/schema.hpp"
+#include "bokfolio/store/slot_view.hpp"
+
+namespace bokfolio::internal {
+
+using IndexCode = std::uint64_t;
+
+inline constexpr IndexCode kNilCode = 0;
+inline constexpr IndexCode kLowestCode = 1;
+inline constexpr IndexCode kHighestCode = ~static_cast<IndexCode>(0);
+
+// The code of a stored value, and of a value that it is compared with. nullopt: values of that kind
+// have no place in the property's order, so that the index says nothing about them.
+IndexCode codeOf(const Property& property, const SlotView& slots);
+std::optional<IndexCode> codeOf(const Property& property, const Value& value);
+
+struct IndexEntry {
+  IndexCode first;
+  IndexCode second;
+  Record* record;
+};
+
+struct ByIndexOrder {
+  bool operator()(const IndexEntry& a, const IndexEntry& b) const {
+    if (a.first != b.first) return a.first < b.first;
+    if (a.second != b.second) return a.second < b.second;
+    return a.record->id() < b.record->id();
+  }
+};
+
+// Codes from `low` to `high`, both included.
+struct CodeRange {
+  IndexCode low = kNilCode;
+  IndexCode high = kHighestCode;
+};
+
+class Index {
+ public:
+  using Blocks = SortedBlocks<IndexEntry, ByIndexOrder>;
+  using Position = Blocks::Position;
+
+  explicit Index(const IndexLayout& layout) : layout_(&layout) {}
+
+  const IndexLayout& layout() const { return *layout_; }
+  bool built() const { return built_; }
+
+  // The records whose codes lie in the ranges. The second range narrows only when the first is a
+  // single code. Entries are valid until the next change of a record.
+  struct Span {
+    Position from;
+    Position to;
+  };
+  Span find(CodeRange first, CodeRange second = {}) const;
+  std::size_t estimate(const Span& span) const { return entries_.distance(span.from, span.to); }
+  const Blocks& entries() const { return entries_; }
+
+  // --- For the journal and the loader -------------------------------------------------------------
+  // All of these records, which must have their values in memory.
+  void build(const std::vector<Record*>& records);
+  // Takes the record out before an indexed value changes; it waits to be taken in again.
+  void detach(Record& record);
+  // Takes the record out, or forgets that it waits, because it is no longer live.
+  void drop(Record& record);
+  void attachWaiting();
+
+ private:
+  IndexEntry entryOf(Record& record) const;
+
+  const IndexLayout* layout_;
+  bool built_ = false;
+  Blocks entries_;
+  std::vector<Record*> waiting_;
+};
+
+}  // namespace bokfolio::internal

@@ -1,0 +1,76 @@
+// StoreParts: the rooms behind Context. Records by entity, the journal through which every change
+// goes, the observers, the engine. Context is the face; what the rooms share passes through here.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include "bokfolio/platform/environment.hpp"
+#include "bokfolio/store/internal/index.hpp"
+#include "bokfolio/store/internal/journal.hpp"
+#include "bokfolio/store/internal/observers.hpp"
+#include "bokfolio/store/internal/record_access.hpp"
+#include "bokfolio/store/internal/record_table.hpp"
+#include "bokfolio/store/internal/relation_set.hpp"
+#include "bokfolio/store/internal/slots.hpp"
+#include "bokfolio/store/persistence/persistence.hpp"
+#include "bokfolio/store/schema.hpp"
+
+namespace bokfolio {
+
+class Context;
+
+// What is in memory of one entity.
+struct EntityRecords {
+  explicit EntityRecords(const Entity& described);
+
+  const Entity* entity;
+  internal::RecordTable table;
+  internal::SlotPool pool;
+  std::vector<internal::Index> indexes;    // by IndexLayout::ordinal
+  std::vector<bool> inverseBuilt;          // by ordinal of a to-one: its far sets are complete
+  std::size_t liveCount = 0;               // saved and unsaved records that are not deleted
+  RecordId nextId = 0;                     // 0: the engine has not been asked yet
+  bool loaded = false;                     // every saved record is in memory
+};
+
+struct StoreParts {
+  StoreParts(Context& face, std::shared_ptr<const Schema> frozen,
+             std::unique_ptr<Persistence> engine, Environment services);
+  ~StoreParts();
+
+  Context& context;
+  std::shared_ptr<const Schema> schema;
+  std::unique_ptr<Persistence> persistence;
+  Environment environment;
+  std::deque<EntityRecords> entities;  // by Entity::ordinal
+  internal::Observers observers;
+  internal::Journal journal;
+  std::shared_ptr<int> life;  // expires with the context; deferred calls hold it weakly
+
+  EntityRecords& of(const Entity& entity) { return entities[entity.ordinal()]; }
+
+  // Reads the entity from the engine unless that has happened. Throws LoadError.
+  void load(const Entity& entity);
+  // Brings a record's values into memory; throws RecordGoneError for a shell.
+  void fault(const Record& record);
+  SlotView slots(const Record& record) {
+    if (RecordAccess::slots(record) == nullptr) fault(record);
+    return RecordAccess::view(record);
+  }
+
+  // The record with that id in memory, a place for it when it is not read yet, nullptr for id 0.
+  Record* place(const Entity& entity, RecordId id);
+
+  // Every live record of the entity, ascending id.
+  std::vector<Record*> all(const Entity& entity);
+  std::size_t count(const Entity& entity);
+  // The complete far side of a to-many relationship.
+  const internal::RelationSet& members(const Record& owner, const Property& toMany);
+  // Built and up to date.
+  const internal::Index& index(const Entity& entity, std::uint16_t ordinal);
+};
+
+}  // namespace bokfolio
