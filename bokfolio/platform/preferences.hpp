@@ -19,8 +19,8 @@ class BOKFOLIO_EXPORT Preferences {
   virtual ~Preferences();
   virtual bool boolForKey(std::string_view key) const = 0;
   // Answers whether the value was kept for good; when not, it holds for this run and the error
-  // (kPlatformErrorDomain, FileNotWritten) says why. A key is one or more characters without "=", "#",
-  // blanks or control characters; others are refused the same way and not set.
+  // (kPlatformErrorDomain, FileNotWritten) says why. A key is one or more characters without "=",
+  // "#", blanks or control characters; others are refused the same way and not set.
   virtual bool setBool(std::string_view key, bool value, ErrorOut error = nullptr) = 0;
 };
 
