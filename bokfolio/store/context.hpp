@@ -1,13 +1,13 @@
-// Context: the working state of one document. It makes, finds, deletes and saves records, keeps both
-// sides of every relationship in step, and knows what changed since the last save. Everything runs on
-// the one thread that owns the context.
+// Context: the working state of one document. It makes, finds, deletes and saves records, keeps
+// both sides of every relationship in step, and knows what changed since the last save. Everything
+// runs on the one thread that owns the context.
 //
 // Undo. Changes collect in a group until closeUndoGroup() (the host calls it at the end of a user's
-// action, or its run loop does); undo() takes back the latest group, redo() repeats it with the same
-// records. Replaying writes stored values and announces them, but runs no setter, no hook and no
-// awakeFromInsert. Saving and rolling back empty both stacks: what is saved can not be undone.
-// Primitive writes outside their brackets and what happens to a record in the group that inserted it
-// are not undone singly; the record goes and comes as a whole.
+// action, or its run loop does); undo() takes back the latest group, redo() repeats it with the
+// same records. Replaying writes stored values and announces them, but runs no setter, no hook and
+// no awakeFromInsert. Saving and rolling back empty both stacks: what is saved can not be undone.
+// Primitive writes outside their brackets and what happens to a record in the group that inserted
+// it are not undone singly; the record goes and comes as a whole.
 #pragma once
 
 #include <cstddef>
@@ -47,25 +47,29 @@ class BOKFOLIO_EXPORT Context {
   const Schema& schema() const;
   Persistence& persistence();
 
-  // --- Records ------------------------------------------------------------------------------------
-  // A new record of the entity with the model's defaults; its awakeFromInsert has run. Throws
+  // --- Records
+  // ------------------------------------------------------------------------------------ A new
+  // record of the entity with the model's defaults; its awakeFromInsert has run. Throws
   // UndefinedKeyError for an entity that the model lacks.
   Record* insertNewObject(std::string_view entityName);
   template <class T>
   T* insert() {
     return static_cast<T*>(insertNewObject(T::kEntityName));
   }
-  // Marks the record deleted and applies the delete rules to its relationships: it is in no fetch and
-  // in no set any more. Its attributes can be read until the next save. Deleting twice is nothing.
+  // Marks the record deleted and applies the delete rules to its relationships: it is in no fetch
+  // and in no set any more. Its attributes can be read until the next save. Deleting twice is
+  // nothing.
   void deleteObject(Record* record);
   // The record with that id, or nullptr.
   Record* find(std::string_view entityName, RecordId id);
 
-  // --- Fetching -----------------------------------------------------------------------------------
-  // The records of an entity that satisfy the predicate (nullopt: all), in the given order (nullopt:
-  // unspecified, in fact ascending id), at most `fetchLimit` of them (-1 and 0: no limit). Conditions
-  // compare stored values; unsaved changes count. nullopt when the engine reports an error, which is
-  // neither passed out nor logged. Throws UndefinedKeyError for an unknown entity or key.
+  // --- Fetching
+  // ----------------------------------------------------------------------------------- The records
+  // of an entity that satisfy the predicate (nullopt: all), in the given order (nullopt:
+  // unspecified, in fact ascending id), at most `fetchLimit` of them (-1 and 0: no limit).
+  // Conditions compare stored values; unsaved changes count. nullopt when the engine reports an
+  // error, which is neither passed out nor logged. Throws UndefinedKeyError for an unknown entity
+  // or key.
   std::optional<std::vector<Record*>> fetchEntitiesWithName(
       std::string_view entityName, const std::optional<Predicate>& predicate = std::nullopt,
       const std::optional<std::vector<SortDescriptor>>& sortDescriptors = std::nullopt,
@@ -93,15 +97,17 @@ class BOKFOLIO_EXPORT Context {
   std::size_t count(std::string_view entityName,
                     const std::optional<Predicate>& predicate = std::nullopt);
 
-  // --- Changes ------------------------------------------------------------------------------------
+  // --- Changes
+  // ------------------------------------------------------------------------------------
   bool hasChanges() const;
   std::vector<Record*> insertedObjects() const;
   std::vector<Record*> updatedObjects() const;
   std::vector<Record*> deletedObjects() const;
 
   // Validates every inserted and updated record, then writes all changes at once. false: nothing is
-  // changed, in memory or in the document. Errors: the record's own; in the store's domain 1550 when
-  // a record refused without an error, 1600 for a deletion that a Deny rule forbids; the engine's.
+  // changed, in memory or in the document. Errors: the record's own; in the store's domain 1550
+  // when a record refused without an error, 1600 for a deletion that a Deny rule forbids; the
+  // engine's.
   bool save(ErrorOut error = nullptr);
   // Back to the last saved state, exactly. Inserted records become shells.
   void rollback();
@@ -114,13 +120,14 @@ class BOKFOLIO_EXPORT Context {
   // Importers switch recording off: undo then reaches back no further than this point.
   void setUndoEnabled(bool enabled);
 
-  // --- Observation --------------------------------------------------------------------------------
-  // Observes a key or key path of a record.
+  // --- Observation
+  // -------------------------------------------------------------------------------- Observes a key
+  // or key path of a record.
   [[nodiscard]] ObservationToken observe(Record& record, std::string_view keyPath,
                                          Observer observer);
 
-  // Runs `work` on the record after the delay, through the environment's run loop, unless the record
-  // or the context has gone by then. What it changes belongs to the record's insertion.
+  // Runs `work` on the record after the delay, through the environment's run loop, unless the
+  // record or the context has gone by then. What it changes belongs to the record's insertion.
   void performAfterDelay(Record& record, std::int64_t microseconds,
                          std::function<void(Record&)> work);
 

@@ -107,16 +107,15 @@ Value get(const Record& record) {
 template <auto Setter>
 void set(Record& record, const Value& value) {
   using Traits = MemberTraits<decltype(Setter)>;
-  (static_cast<typename Traits::Class&>(record).*Setter)(
-      fromValue<std::remove_cvref_t<typename Traits::Argument>>(value));
+  (static_cast<typename Traits::Class&>(record).*
+   Setter)(fromValue<std::remove_cvref_t<typename Traits::Argument>>(value));
 }
 
 template <auto Validator>
 bool validate(Record& record, Value& proposed, ErrorOut error) {
   using Traits = MemberTraits<decltype(Validator)>;
   auto typed = fromValue<typename Traits::Proposed>(proposed);
-  const bool accepted =
-      (static_cast<typename Traits::Class&>(record).*Validator)(typed, error);
+  const bool accepted = (static_cast<typename Traits::Class&>(record).*Validator)(typed, error);
   proposed = Value(typed);
   return accepted;
 }
@@ -164,7 +163,8 @@ class PropertyTable {
     property_.setter = &table_detail::set<Setter>;
     return *this;
   }
-  // bool Class::hook(std::optional<T>& proposed, ErrorOut), or with a record pointer, or with Value&.
+  // bool Class::hook(std::optional<T>& proposed, ErrorOut), or with a record pointer, or with
+  // Value&.
   template <auto Validator>
   PropertyTable& validatedBy() {
     property_.validator = &table_detail::validate<Validator>;

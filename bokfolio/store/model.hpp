@@ -1,8 +1,8 @@
 // Model: the editable description of a document's entities. Each entity is described once, in one
-// table beside its class (store/entity_table.hpp helps to write it); storage, key access, predicates,
-// persistence, observation and plug-ins all read that table. A plug-in receives a Model as a value,
-// may add entities and attributes, and returns it. Freezing checks the whole and gives the Schema
-// that a context works with.
+// table beside its class (store/entity_table.hpp helps to write it); storage, key access,
+// predicates, persistence, observation and plug-ins all read that table. A plug-in receives a Model
+// as a value, may add entities and attributes, and returns it. Freezing checks the whole and gives
+// the Schema that a context works with.
 #pragma once
 
 #include <cstdint>
@@ -47,13 +47,13 @@ using KeyValidator = bool (*)(Record&, Value& proposed, ErrorOut error);
 struct PropertyDescription {
   std::string name;
   PropertyKind kind = PropertyKind::String;
-  bool required = false;     // nil does not pass the validation of a save
-  bool transient = false;    // in memory only: neither saved, nor tracked, nor undone
-  Value defaultValue;        // of a freshly inserted record
-  std::string target;        // relationships: the entity on the other side
-  std::string inverse;       // its relationship back; "" on a to-one without a named inverse
+  bool required = false;   // nil does not pass the validation of a save
+  bool transient = false;  // in memory only: neither saved, nor tracked, nor undone
+  Value defaultValue;      // of a freshly inserted record
+  std::string target;      // relationships: the entity on the other side
+  std::string inverse;     // its relationship back; "" on a to-one without a named inverse
   DeleteRule deleteRule = DeleteRule::Nullify;
-  KeyGetter getter = nullptr;        // an accessor with a rule of its own
+  KeyGetter getter = nullptr;  // an accessor with a rule of its own
   KeySetter setter = nullptr;
   KeyValidator validator = nullptr;
 };

@@ -1,6 +1,6 @@
-// Observation: being told before and after a key of a record changes. Keys that depend on others are
-// announced when those change, across relationships too; one change announces a key once. Observing
-// one record costs nothing for the others.
+// Observation: being told before and after a key of a record changes. Keys that depend on others
+// are announced when those change, across relationships too; one change announces a key once.
+// Observing one record costs nothing for the others.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +21,8 @@ struct Change {
   Phase phase;
 };
 
-// Called before (Will) and after (Did) each change, in pairs. It may observe more, end observations,
-// change and delete records; an observation that ends meanwhile is not called again.
+// Called before (Will) and after (Did) each change, in pairs. It may observe more, end
+// observations, change and delete records; an observation that ends meanwhile is not called again.
 using Observer = std::function<void(const Change&)>;
 
 // The observation lasts as long as its token. Tokens may outlive the context.

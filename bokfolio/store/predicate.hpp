@@ -4,10 +4,10 @@
 //   Predicate("tag == %@ AND entry.date < %@", {tag, date})
 //   Predicate("%K = %@", {"vatAccount", account})
 //
-// Conditions: == = != < <= > >=, LIKE[c] ('*' any run, '?' one character, any case) and LIKE, joined
-// by AND && OR || NOT ! and parentheses. Operands: a key, a dotted path across to-one relationships,
-// `relationship.@count`, nil NULL TRUE FALSE, numbers, quoted texts, %@ (a value), %d (an integer),
-// %K (a key). Words are read in any case.
+// Conditions: == = != < <= > >=, LIKE[c] ('*' any run, '?' one character, any case) and LIKE,
+// joined by AND && OR || NOT ! and parentheses. Operands: a key, a dotted path across to-one
+// relationships, `relationship.@count`, nil NULL TRUE FALSE, numbers, quoted texts, %@ (a value),
+// %d (an integer), %K (a key). Words are read in any case.
 //
 // nil equals only nil; <, <=, >, >= with nil are false; AND, OR and NOT know only true and false. A
 // format text is parsed once and kept; arguments are values and never become part of the text.
@@ -32,8 +32,9 @@ struct Node;  // the parsed condition with its arguments bound
 
 class BOKFOLIO_EXPORT Predicate {
  public:
-  // Throws PredicateError, quoting the text and the column, for a text that is no condition, for too
-  // few or too many arguments, and for an argument of the wrong kind (%d wants an integer, %K a text).
+  // Throws PredicateError, quoting the text and the column, for a text that is no condition, for
+  // too few or too many arguments, and for an argument of the wrong kind (%d wants an integer, %K a
+  // text).
   explicit Predicate(std::string_view format, std::vector<Value> arguments = {});
 
   static Predicate andPredicate(const std::vector<Predicate>& parts);

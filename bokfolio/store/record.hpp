@@ -2,8 +2,8 @@
 // plain Record serves entities that have no class of their own, such as a plug-in's.
 //
 // A record belongs to its context, is identified by entity and id, is never copied, and its pointer
-// stays valid until the context ends. A record whose deletion was saved, or whose insertion was rolled
-// back or undone, is an empty shell: using it throws RecordGoneError.
+// stays valid until the context ends. A record whose deletion was saved, or whose insertion was
+// rolled back or undone, is an empty shell: using it throws RecordGoneError.
 //
 // Three ways to a value:
 //   typed accessors of the class      the class's rule, in C++
@@ -75,37 +75,38 @@ class BOKFOLIO_EXPORT Record {
   // way reads as nil. Operators apply to sets; @sum is a decimal and zero for an empty set.
   Value valueForKeyPath(std::string_view path) const;
 
-  // The stored value, past every accessor. Writing announces nothing, and undo restores it only when
-  // it stands between willChangeValueForKey and didChangeValueForKey of its key.
+  // The stored value, past every accessor. Writing announces nothing, and undo restores it only
+  // when it stands between willChangeValueForKey and didChangeValueForKey of its key.
   Value primitiveValueForKey(std::string_view key) const;
   void setPrimitiveValueForKey(const Value& value, std::string_view key);
 
-  // Brackets around a primitive access: observers of the key, and of keys that depend on it, are told
-  // before and after. Keys that the entity does not know are ignored.
+  // Brackets around a primitive access: observers of the key, and of keys that depend on it, are
+  // told before and after. Keys that the entity does not know are ignored.
   void willChangeValueForKey(std::string_view key);
   void didChangeValueForKey(std::string_view key);
   void willAccessValueForKey(std::string_view key) const;
   void didAccessValueForKey(std::string_view key) const;
 
-  // Runs the key's hook on a proposed value, which the hook may replace. A required key refuses nil.
+  // Runs the key's hook on a proposed value, which the hook may replace. A required key refuses
+  // nil.
   bool validateValue(Value& proposed, std::string_view key, ErrorOut error = nullptr);
-  // Runs the hook and writes what it left through setValueForKey; false, and nothing written, when it
-  // refused. Hosts edit through this.
+  // Runs the hook and writes what it left through setValueForKey; false, and nothing written, when
+  // it refused. Hosts edit through this.
   bool setValidated(std::string_view key, Value value, ErrorOut error = nullptr);
-  // Validates every stored key and collects the failures: one failure is passed on as it is, several
-  // become one error in the store's domain, code 1560, with the list under kDetailedErrorsKey. A
-  // value that a hook replaced is stored. Overrides call this first.
+  // Validates every stored key and collects the failures: one failure is passed on as it is,
+  // several become one error in the store's domain, code 1560, with the list under
+  // kDetailedErrorsKey. A value that a hook replaced is stored. Overrides call this first.
   virtual bool validateForUpdate(ErrorOut error = nullptr);
 
-  // Runs once, right after insertion and model defaults. It may fetch and insert; when it throws, the
-  // record is gone again.
+  // Runs once, right after insertion and model defaults. It may fetch and insert; when it throws,
+  // the record is gone again.
   virtual void awakeFromInsert() {}
   // One line for messages; classes say something better than entity and id.
   virtual std::string description() const;
 
-  // Sets the to-one relationship `key` from a record or nil, or from a number or text that is looked
-  // up in the entity named by the capitalised key with "number == %@"; no match clears it. The value
-  // is stored between will- and did-change; the class's own setter is not called again.
+  // Sets the to-one relationship `key` from a record or nil, or from a number or text that is
+  // looked up in the entity named by the capitalised key with "number == %@"; no match clears it.
+  // The value is stored between will- and did-change; the class's own setter is not called again.
   void setObject(const Value& value, std::string_view key);
   // The same; a text is first read as an integer (leading digits; without digits 0).
   void setNumberedObject(const Value& value, std::string_view key);
@@ -116,15 +117,17 @@ class BOKFOLIO_EXPORT Record {
   // Sets each key on the target to this record's value, in order; keys that either side lacks are
   // passed over. Relationships are copied by reference.
   void copyKeys(const std::vector<std::string>& keys, Record& target) const;
-  // One error that stands for all: appends what `error` holds to `list`, then answers nil for an empty
-  // or absent list, the single error, or one of code 1550 in the store's domain whose description
-  // joins all descriptions with line breaks. An absent list answers nil whatever the error.
+  // One error that stands for all: appends what `error` holds to `list`, then answers nil for an
+  // empty or absent list, the single error, or one of code 1550 in the store's domain whose
+  // description joins all descriptions with line breaks. An absent list answers nil whatever the
+  // error.
   static std::optional<Error> mergeValidationError(const std::optional<Error>& error,
                                                    std::vector<Error>* list,
                                                    const Environment& environment);
 
-  // --- For record classes -------------------------------------------------------------------------
-  // The stored value; no accessor. nullopt is nil.
+  // --- For record classes
+  // ------------------------------------------------------------------------- The stored value; no
+  // accessor. nullopt is nil.
   template <class T>
   std::optional<T> get(Slot<T> slot) const;
   template <class T>
@@ -183,7 +186,7 @@ class BOKFOLIO_EXPORT Record {
   const Entity* entity_;
   std::byte* slots_ = nullptr;  // nullptr: not read from the document yet, or a shell
   RecordId id_;
-  std::uint32_t version_ = 0;         // of the saved state; 0 before the first save
+  std::uint32_t version_ = 0;  // of the saved state; 0 before the first save
   std::uint16_t state_ = 0;
   std::uint16_t detachedIndexes_ = 0;  // one bit an index that waits to take the record in again
 };

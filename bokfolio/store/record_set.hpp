@@ -1,7 +1,7 @@
 // RecordSet: the records on the many side of a relationship, or those of them that satisfy a
 // predicate. It is a question, not a container: counting, summing, looking and iterating ask the
-// context each time and see unsaved changes; filtering only narrows the question. Iteration runs over
-// the members of the moment it began, in ascending record id, so that a loop may delete.
+// context each time and see unsaved changes; filtering only narrows the question. Iteration runs
+// over the members of the moment it began, in ascending record id, so that a loop may delete.
 #pragma once
 
 #include <cstddef>
@@ -57,7 +57,7 @@ class BOKFOLIO_EXPORT RecordSet {
  private:
   friend struct Query;
 
-  std::shared_ptr<const Query> query_;             // nullptr: members_ is the answer
+  std::shared_ptr<const Query> query_;  // nullptr: members_ is the answer
   std::shared_ptr<const std::vector<Record*>> members_;
 };
 

@@ -1,9 +1,9 @@
-// Schema: a frozen model, resolved once so that nothing is looked up by name in a loop: every stored
-// key has its place in a record's slots, every key its identity for observation, every relationship
-// its inverse. It never changes and is shared by contexts.
+// Schema: a frozen model, resolved once so that nothing is looked up by name in a loop: every
+// stored key has its place in a record's slots, every key its identity for observation, every
+// relationship its inverse. It never changes and is shared by contexts.
 //
-// A to-one relationship without a named inverse is given a hidden one (its name begins with '~'), so
-// that deletion, queries and predicates work from both sides for every relationship.
+// A to-one relationship without a named inverse is given a hidden one (its name begins with '~'),
+// so that deletion, queries and predicates work from both sides for every relationship.
 #pragma once
 
 #include <cstddef>

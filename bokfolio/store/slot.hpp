@@ -1,6 +1,6 @@
 // Typed names of an entity's stored keys. A class lists its slots once, in the order of its table;
-// the table gives each its name and checks the order. Reading through a slot is a bounds-free access
-// to the record's memory.
+// the table gives each its name and checks the order. Reading through a slot is a bounds-free
+// access to the record's memory.
 #pragma once
 
 #include <cstdint>

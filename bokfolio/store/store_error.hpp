@@ -1,6 +1,6 @@
-// The exceptions of the store. They report programming errors: a key that no entity has, a text that
-// is no predicate, a record used after it is gone. Expected failures (validation, saving, opening)
-// travel as Error values instead and are never thrown.
+// The exceptions of the store. They report programming errors: a key that no entity has, a text
+// that is no predicate, a record used after it is gone. Expected failures (validation, saving,
+// opening) travel as Error values instead and are never thrown.
 #pragma once
 
 #include <stdexcept>

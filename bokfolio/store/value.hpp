@@ -59,9 +59,9 @@ class BOKFOLIO_EXPORT Value {
   Value(Date value) : data_(value) {}                                // NOLINT
   Value(Bytes value);                                                // NOLINT
   // nullptr is nil.
-  Value(Record* value);                                 // NOLINT
-  Value(const Record* value);                           // NOLINT
-  Value(RecordSet value) : data_(std::move(value)) {}   // NOLINT
+  Value(Record* value);                                // NOLINT
+  Value(const Record* value);                          // NOLINT
+  Value(RecordSet value) : data_(std::move(value)) {}  // NOLINT
   template <class T>
   Value(const std::optional<T>& value) {  // NOLINT
     if (value) *this = Value(*value);

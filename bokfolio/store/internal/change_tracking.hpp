@@ -1,5 +1,5 @@
-// ChangeTracking: what was inserted, updated and deleted since the last save, with the saved values of
-// everything that was touched. Saving reads it to write the difference, rolling back to undo it.
+// ChangeTracking: what was inserted, updated and deleted since the last save, with the saved values
+// of everything that was touched. Saving reads it to write the difference, rolling back to undo it.
 #pragma once
 
 #include <cstddef>

@@ -1,10 +1,10 @@
-// Index: the live records of one entity, ordered by one or two of their stored values and then by id,
-// so that equality, ranges and "the greatest one" are found without a scan.
+// Index: the live records of one entity, ordered by one or two of their stored values and then by
+// id, so that equality, ranges and "the greatest one" are found without a scan.
 //
-// Values are coded into 64 bits that keep their order: nil is 0 and comes first, integers, dates and
-// references are exact (the two lowest integers share a code), doubles and decimals are coded through
-// their nearest double, texts through a hash and therefore answer equality only. Codes may coincide
-// for unequal values: an index narrows, the predicate decides.
+// Values are coded into 64 bits that keep their order: nil is 0 and comes first, integers, dates
+// and references are exact (the two lowest integers share a code), doubles and decimals are coded
+// through their nearest double, texts through a hash and therefore answer equality only. Codes may
+// coincide for unequal values: an index narrows, the predicate decides.
 //
 // A record leaves the index when an indexed value is about to change and is taken in again when the
 // index is next asked, so that a burst of writes costs one reordering.
@@ -73,8 +73,9 @@ class Index {
   std::size_t estimate(const Span& span) const { return entries_.distance(span.from, span.to); }
   const Blocks& entries() const { return entries_; }
 
-  // --- For the journal and the loader -------------------------------------------------------------
-  // All of these records, which must have their values in memory.
+  // --- For the journal and the loader
+  // ------------------------------------------------------------- All of these records, which must
+  // have their values in memory.
   void build(const std::vector<Record*>& records);
   // Takes the record out before an indexed value changes; it waits to be taken in again.
   void detach(Record& record);

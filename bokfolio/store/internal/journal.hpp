@@ -1,7 +1,7 @@
-// Journal: the one way in which a stored value, a record's existence or a relationship changes. Every
-// change passes here once; tracking, undo, indexes, the far sides of relationships and observers
-// follow it, so that none of them can be forgotten. Rollback, undo and redo are replays through the
-// same way.
+// Journal: the one way in which a stored value, a record's existence or a relationship changes.
+// Every change passes here once; tracking, undo, indexes, the far sides of relationships and
+// observers follow it, so that none of them can be forgotten. Rollback, undo and redo are replays
+// through the same way.
 #pragma once
 
 #include <cstdint>
@@ -61,7 +61,8 @@ class Journal {
   void openBracket(Record& record, const Key& key);
   void closeBracket(Record& record, const Key& key);
 
-  // --- Undo ---------------------------------------------------------------------------------------
+  // --- Undo
+  // ---------------------------------------------------------------------------------------
   bool canUndo() const { return !open_.empty() || !undo_.empty(); }
   bool canRedo() const { return open_.empty() && !redo_.empty(); }
   bool undo();
@@ -80,7 +81,8 @@ class Journal {
     std::forward<Work>(work)();
   }
 
-  // --- Saving and rolling back --------------------------------------------------------------------
+  // --- Saving and rolling back
+  // --------------------------------------------------------------------
   ChangeTracking& tracking() { return tracking_; }
   // Records every change from here on, so that takeBack can undo exactly those.
   void beginTrial();

@@ -1,6 +1,6 @@
 // Query: one question about records, however it was asked: a fetch, a to-many set, a filtered set.
-// The planner picks the cheapest way to the candidates (an inverse set, an index, an inverse path, a
-// scan), and the predicate decides about every candidate.
+// The planner picks the cheapest way to the candidates (an inverse set, an index, an inverse path,
+// a scan), and the predicate decides about every candidate.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
-// RecordTable: the records of one entity that are in memory, by id. Pages come with the ids that are
-// touched, so that memory follows what is used. It owns the records; those that are gone stay as
-// shells until the context ends, so that no pointer dangles.
+// RecordTable: the records of one entity that are in memory, by id. Pages come with the ids that
+// are touched, so that memory follows what is used. It owns the records; those that are gone stay
+// as shells until the context ends, so that no pointer dangles.
 #pragma once
 
 #include <array>

@@ -1,5 +1,5 @@
-// RelationSet: the records on the many side of one relationship of one record, in ascending id. Small
-// sets are a plain array, big ones sorted blocks. The journal alone changes them.
+// RelationSet: the records on the many side of one relationship of one record, in ascending id.
+// Small sets are a plain array, big ones sorted blocks. The journal alone changes them.
 #pragma once
 
 #include <algorithm>
@@ -46,8 +46,8 @@ class RelationSet {
 
   bool contains(const Record* record) const {
     if (big_) {
-      const auto at = big_->partitionPoint(
-          [&](const Record* member) { return member->id() < record->id(); });
+      const auto at =
+          big_->partitionPoint([&](const Record* member) { return member->id() < record->id(); });
       return !(at == big_->end()) && (*big_)[at] == record;
     }
     const auto at = std::lower_bound(small_.begin(), small_.end(), record, ByRecordId{});

@@ -1,10 +1,10 @@
-// Slots: the memory of one record's values and how they are laid out, made, copied and freed. A block
-// begins with one bit a property (set: not nil), then each value at its offset: integers, doubles and
-// dates 8 bytes, decimals 24, texts and blobs a counted pointer, a to-one a record pointer, a to-many
-// a pointer to its RelationSet (made when first needed; its bit stays clear).
+// Slots: the memory of one record's values and how they are laid out, made, copied and freed. A
+// block begins with one bit a property (set: not nil), then each value at its offset: integers,
+// doubles and dates 8 bytes, decimals 24, texts and blobs a counted pointer, a to-one a record
+// pointer, a to-many a pointer to its RelationSet (made when first needed; its bit stays clear).
 //
-// Blocks of one entity come from one pool: no allocator overhead a record, and neighbours in creation
-// are neighbours in memory.
+// Blocks of one entity come from one pool: no allocator overhead a record, and neighbours in
+// creation are neighbours in memory.
 #pragma once
 
 #include <cstddef>

@@ -104,9 +104,9 @@ class SortedBlocks {
   static constexpr std::size_t kFill = 384;
 
   std::size_t blockFor(const T& element) const {
-    const auto block =
-        std::partition_point(blocks_.begin(), blocks_.end(),
-                             [&](const auto& items) { return less_(items.back(), element); });
+    const auto block = std::partition_point(blocks_.begin(), blocks_.end(), [&](const auto& items) {
+      return less_(items.back(), element);
+    });
     if (block == blocks_.end()) return blocks_.size() - 1;
     return static_cast<std::size_t>(block - blocks_.begin());
   }

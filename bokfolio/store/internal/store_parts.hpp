@@ -29,11 +29,11 @@ struct EntityRecords {
   const Entity* entity;
   internal::RecordTable table;
   internal::SlotPool pool;
-  std::vector<internal::Index> indexes;    // by IndexLayout::ordinal
-  std::vector<bool> inverseBuilt;          // by ordinal of a to-one: its far sets are complete
-  std::size_t liveCount = 0;               // saved and unsaved records that are not deleted
-  RecordId nextId = 0;                     // 0: the engine has not been asked yet
-  bool loaded = false;                     // every saved record is in memory
+  std::vector<internal::Index> indexes;  // by IndexLayout::ordinal
+  std::vector<bool> inverseBuilt;        // by ordinal of a to-one: its far sets are complete
+  std::size_t liveCount = 0;             // saved and unsaved records that are not deleted
+  RecordId nextId = 0;                   // 0: the engine has not been asked yet
+  bool loaded = false;                   // every saved record is in memory
 };
 
 struct StoreParts {

@@ -17,7 +17,8 @@ struct RecordChange {
   RecordId id;
   // The version that the saved record must have; the engine stores version + 1. 0 for an insertion.
   std::uint32_t version;
-  // The record's values; not to be read for a deletion. References are records, saved under their id.
+  // The record's values; not to be read for a deletion. References are records, saved under their
+  // id.
   SlotView values;
   // Update: ordinals of the properties whose value differs from the saved one; never empty.
   std::vector<std::uint16_t> changed;

@@ -2,8 +2,8 @@
 // files, statements and transactions are an engine's own business. There are three engines: SQLite
 // (a document is one file), memory, and a wrapper that fails on demand.
 //
-// One engine serves one context, on its thread. Every failure is answered with false and an Error in
-// kPersistenceErrorDomain (wanted or not); after a failed commit the saved state is the old one.
+// One engine serves one context, on its thread. Every failure is answered with false and an Error
+// in kPersistenceErrorDomain (wanted or not); after a failed commit the saved state is the old one.
 #pragma once
 
 #include <cstdint>
@@ -54,8 +54,8 @@ class BOKFOLIO_EXPORT Persistence {
  public:
   virtual ~Persistence() = default;
 
-  // Opens or creates what the engine was made for and fits it to the schema: entities and attributes
-  // that are new to it are added, those it has and the schema lacks are kept untouched.
+  // Opens or creates what the engine was made for and fits it to the schema: entities and
+  // attributes that are new to it are added, those it has and the schema lacks are kept untouched.
   virtual bool open(const Schema& schema, ErrorOut error) = 0;
   // Every saved record of the entity, in ascending id.
   virtual bool load(const Entity& entity, RecordSink& sink, ErrorOut error) = 0;
