@@ -18,7 +18,7 @@ class BOKFOLIO_EXPORT Image {
  public:
   enum class Kind {
     Pdf,     // a PDF document, kept as it is and never rendered here
-    Bitmap,  // TIFF, PNG, JPEG, BMP, PNM, as far as the system's decoders read them
+    Bitmap,  // TIFF, PNG, JPEG, GIF, BMP or WebP
   };
   struct Representation {
     Kind kind = Kind::Bitmap;

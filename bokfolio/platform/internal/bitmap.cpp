@@ -1,0 +1,104 @@
+#include "bokfolio/platform/internal/bitmap.hpp"
+
+#include <leptonica/allheaders.h>
+
+#include <memory>
+#include <mutex>
+
+#include "bokfolio/platform/image.hpp"
+#include "bokfolio/platform/platform_error.hpp"
+
+namespace bokfolio {
+
+namespace {
+
+struct PixDeleter {
+  void operator()(PIX* pix) const noexcept { pixDestroy(&pix); }
+};
+using PixPointer = std::unique_ptr<PIX, PixDeleter>;
+
+struct LeptonicaDeleter {
+  void operator()(std::uint8_t* bytes) const noexcept { lept_free(bytes); }
+};
+
+void silenceLeptonica() {
+  static std::once_flag once;
+  std::call_once(once, [] { setMsgSeverity(L_SEVERITY_NONE); });
+}
+
+bool undecodable(ErrorOut error) {
+  return failPlatform(error, PlatformErrorCode::ImageUndecodable,
+                      "The picture is damaged or of a kind that cannot be read.");
+}
+
+// Whether the file is of a kind that is taken and whole as far as its structure tells.
+bool isReadable(ByteView bytes) {
+  constexpr std::size_t kLongestSignature = 12;
+  int format = IFF_UNKNOWN;
+  if (bytes.size() < kLongestSignature || findFileFormatBuffer(bytes.data(), &format) != 0) {
+    return false;
+  }
+  switch (format) {
+    case IFF_PNG:
+      return isWholePng(bytes);
+    case IFF_JFIF_JPEG:
+      return isWholeJpeg(bytes);
+    case IFF_BMP:
+    case IFF_GIF:
+    case IFF_WEBP:
+      return true;
+    default:
+      return isTiff(bytes);
+  }
+}
+
+// Refuses by size before anything is decoded.
+bool isWithinBounds(ByteView bytes, ErrorOut error) {
+  int format = 0;
+  int width = 0;
+  int height = 0;
+  int bits = 0;
+  int samples = 0;
+  int hasColorMap = 0;
+  if (pixReadHeaderMem(bytes.data(), bytes.size(), &format, &width, &height, &bits, &samples,
+                       &hasColorMap) != 0 ||
+      width <= 0 || height <= 0) {
+    return undecodable(error);
+  }
+  if (std::int64_t{width} * height <= Image::kMaximumPixels) return true;
+  return failPlatform(error, PlatformErrorCode::ImageTooLarge,
+                      "The picture has more than 100 million pixels.");
+}
+
+PixPointer decodeBitmap(ByteView bytes, ErrorOut error) {
+  silenceLeptonica();
+  if (!isReadable(bytes)) {
+    undecodable(error);
+    return nullptr;
+  }
+  if (!isWithinBounds(bytes, error)) return nullptr;
+  PixPointer pix(pixReadMem(bytes.data(), bytes.size()));
+  if (pix == nullptr) undecodable(error);
+  return pix;
+}
+
+}  // namespace
+
+bool checkBitmap(ByteView bytes, ErrorOut error) { return decodeBitmap(bytes, error) != nullptr; }
+
+std::optional<Bytes> bitmapToTiff(ByteView bytes, ErrorOut error) {
+  const PixPointer pix = decodeBitmap(bytes, error);
+  if (pix == nullptr) return std::nullopt;
+  std::uint8_t* data = nullptr;
+  std::size_t size = 0;
+  const bool written = pixWriteMem(&data, &size, pix.get(), IFF_TIFF_LZW) == 0;
+  const std::unique_ptr<std::uint8_t, LeptonicaDeleter> owner(data);
+  if (!written || data == nullptr) {
+    failPlatform(error, PlatformErrorCode::ImageNotConverted,
+                 "The picture could not be converted to TIFF.");
+    return std::nullopt;
+  }
+  return Bytes(data, data + size);
+}
+
+}  // namespace bokfolio
