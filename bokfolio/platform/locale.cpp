@@ -78,7 +78,7 @@ icu::SimpleDateFormat* Locale::State::shortDay() const {
         icu::DateFormat::createDateInstance(icu::DateFormat::kShort, icu));
     auto* simple = dynamic_cast<icu::SimpleDateFormat*>(made.get());
     if (simple == nullptr) return;
-    made.release();
+    static_cast<void>(made.release());
     shortDay_.reset(simple);
     simple->setTimeZone(*icu::TimeZone::getGMT());
     makeProleptic(*simple);
