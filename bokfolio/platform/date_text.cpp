@@ -1,6 +1,7 @@
 #include "bokfolio/platform/date_text.hpp"
 
 #include <unicode/calendar.h>
+#include <unicode/uchar.h>
 
 #include <algorithm>
 #include <cmath>
@@ -38,6 +39,21 @@ std::optional<CivilDate> parseIso(std::string_view text) {
   return isPlausible(day) ? std::optional(day) : std::nullopt;
 }
 
+bool hasBlank(const icu::UnicodeString& text) {
+  for (std::int32_t i = 0; i < text.length(); ++i) {
+    if (u_isUWhiteSpace(text[i]) != 0) return true;
+  }
+  return false;
+}
+
+// ICU skips blanks before every number, however strict it is told to be; here they are taken only
+// inside, and only where the locale writes them.
+bool hasForeignBlank(const icu::UnicodeString& text, const icu::SimpleDateFormat& format) {
+  if (!hasBlank(text)) return false;
+  icu::UnicodeString pattern;
+  return !hasBlank(format.toPattern(pattern)) || u_isUWhiteSpace(text[0]) != 0;
+}
+
 std::optional<CivilDate> parseShort(std::string_view text, const Locale& locale) {
   constexpr std::size_t kLongest = 100;
   if (text.empty() || text.size() > kLongest) return std::nullopt;
@@ -45,7 +61,7 @@ std::optional<CivilDate> parseShort(std::string_view text, const Locale& locale)
       icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
   const std::scoped_lock lock(locale.state().dayMutex);
   const icu::SimpleDateFormat* format = locale.state().shortDay();
-  if (format == nullptr) return std::nullopt;
+  if (format == nullptr || hasForeignBlank(wide, *format)) return std::nullopt;
   const std::unique_ptr<icu::Calendar> calendar(format->getCalendar()->clone());
   calendar->clear();
   icu::ParsePosition position(0);

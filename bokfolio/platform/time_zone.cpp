@@ -3,6 +3,7 @@
 #include <unicode/basictz.h>
 #include <unicode/timezone.h>
 #include <unicode/tztrans.h>
+#include <unicode/ucal.h>
 #include <unicode/unistr.h>
 
 #include <algorithm>
@@ -90,7 +91,9 @@ TimeZone::TimeZone(std::shared_ptr<const Table> table) noexcept : table_(std::mo
 std::optional<TimeZone> TimeZone::named(std::string_view id) {
   std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(
       icu::UnicodeString::fromUTF8({id.data(), static_cast<std::int32_t>(id.size())})));
-  if (zone == nullptr || *zone == icu::TimeZone::getUnknown()) return std::nullopt;
+  if (zone == nullptr) return std::nullopt;
+  icu::UnicodeString found;
+  if (utf8(zone->getID(found)) == UCAL_UNKNOWN_ZONE_ID) return std::nullopt;
   return TimeZone(std::make_shared<const Table>(std::string(id), std::move(zone)));
 }
 

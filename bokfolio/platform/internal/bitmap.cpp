@@ -23,7 +23,10 @@ struct LeptonicaDeleter {
 
 void silenceLeptonica() {
   static std::once_flag once;
-  std::call_once(once, [] { setMsgSeverity(L_SEVERITY_NONE); });
+  std::call_once(once, [] {
+    setMsgSeverity(L_SEVERITY_NONE);
+    leptSetStderrHandler([](const char* /*message*/) {});
+  });
 }
 
 bool undecodable(ErrorOut error) {
