@@ -128,7 +128,8 @@ Date addingDays(Date instant, std::int64_t days, const TimeZone& zone) {
   constexpr std::int64_t kMostDays = 2 * kLastSecond / kSecondsPerDay;
   const std::int64_t local =
       localSeconds(instant, zone) + std::clamp(days, -kMostDays, kMostDays) * kSecondsPerDay;
-  const std::int64_t fraction = instant.microseconds() - instant.seconds() * kMicrosecondsPerSecond;
+  const std::int64_t remainder = instant.microseconds() % kMicrosecondsPerSecond;
+  const std::int64_t fraction = remainder < 0 ? remainder + kMicrosecondsPerSecond : remainder;
   return fromLocalSeconds(local, zone).addingMicroseconds(fraction);
 }
 

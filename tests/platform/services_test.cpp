@@ -76,6 +76,47 @@ TEST(Locale, TellsCountryCurrencyAndLanguage) {
   EXPECT_FALSE(Locale("C.UTF-8").isKnown());
 }
 
+class Variable {
+ public:
+  Variable(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name); old != nullptr) old_ = old;
+    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+  }
+  ~Variable() { old_ ? setenv(name_, old_->c_str(), 1) : unsetenv(name_); }
+  Variable(const Variable&) = delete;
+  Variable& operator=(const Variable&) = delete;
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+TEST(SystemServices, ReadTheEnvironmentOfTheProcess) {
+  struct ZoneCase {
+    const char* variable;
+    const char* zone;
+  };
+  for (const auto& [variable, zone] :
+       {ZoneCase{"Europe/Stockholm", "Europe/Stockholm"}, ZoneCase{":CET", "CET"},
+        ZoneCase{"/usr/share/zoneinfo/CET", "CET"}, ZoneCase{"", "UTC"}, ZoneCase{"Bogus", "UTC"},
+        ZoneCase{"CET-1CEST", "UTC"}}) {
+    const Variable tz("TZ", variable);
+    EXPECT_EQ(TimeZone::system().id(), zone) << variable;
+  }
+  const Variable lang("LANG", "sv_SE.UTF-8");
+  const Variable messages("LC_MESSAGES", "");
+  const Variable all("LC_ALL", nullptr);
+  EXPECT_EQ(Locale::system().countryCode(), "SE");
+  const Variable everything("LC_ALL", "nb_NO");
+  EXPECT_EQ(Locale::system().countryCode(), "NO");
+
+  const Variable home("HOME", "/home/anna");
+  const Variable noConfig("XDG_CONFIG_HOME", nullptr);
+  EXPECT_EQ(FilePreferences::standardPath(), "/home/anna/.config/bokfolio/preferences");
+  const Variable config("XDG_CONFIG_HOME", "/config");
+  EXPECT_EQ(FilePreferences::standardPath(), "/config/bokfolio/preferences");
+}
+
 TEST(Preferences, AreFalseUntilSetAndSurviveInTheFile) {
   const TemporaryFolder folder;
   const fs::path file = folder.path() / "new" / "folder" / "preferences";
