@@ -24,20 +24,6 @@ TEST(TimeZone, UnknownNamesAreNoZone) {
   }
 }
 
-TEST(TimeZone, CetObservesSummerTimeToTheSecond) {
-  struct Case {
-    std::int64_t instant;
-    std::int64_t hours;
-  };
-  // The changes of 2009 lie at 01:00 UTC on the last Sundays of March and October; 3000 is beyond
-  // the table, 1890 before it.
-  for (const auto& [instant, hours] :
-       {Case{1238288399, 1}, Case{1238288400, 2}, Case{1256432399, 2}, Case{1256432400, 1},
-        Case{1246399200, 2}, Case{32519253600, 2}, Case{32503680000, 1}, Case{-2524521600, 1}}) {
-    EXPECT_EQ(TimeZone::cet().offsetSeconds(Date::fromSeconds(instant)), hours * kHour) << instant;
-  }
-}
-
 TEST(TimeZone, OffsetsAgreeWithTheEuropeanRuleAcrossTheTableAndBeyond) {
   using namespace std::chrono;
   const auto change = [](int y, month m) {

@@ -34,15 +34,5 @@ TEST(NumberText, FollowsTheLocaleToTheLastDigit) {
   }
 }
 
-// A formatter is used many times; a shared one must not remember anything.
-TEST(NumberText, FormattersServeForEver) {
-  const Locale locale("sv_SE");
-  const Locale copy = locale;
-  for (int i = -500; i < 500; ++i) {
-    const std::string digits = std::to_string(i < 0 ? -i : i);
-    ASSERT_EQ(decimalDescription(i, i % 2 == 0 ? locale : copy), (i < 0 ? "−" : "") + digits);
-  }
-}
-
 }  // namespace
 }  // namespace bokfolio

@@ -220,10 +220,6 @@ TEST(Environment, TheWorldIsTheSameEverywhere) {
   world.recordAssertions();
   environment.assertions().handleFailure("broken", "Account", 95);
   EXPECT_EQ(world.assertions->failures().at(0).line, 95);
-
-  world.dialog->answerNext(kSecondButton);
-  EXPECT_EQ(environment.dialog().ask({}), kSecondButton);
-  EXPECT_EQ(environment.dialog().ask({}), kFirstButton);
 }
 
 TEST(Environment, CopiesShareServicesAndDifferByTheirOwnSettings) {
