@@ -18,7 +18,7 @@ namespace bokfolio {
 
 class BOKFOLIO_EXPORT Locale {
  public:
-  struct State;
+  struct BOKFOLIO_NO_EXPORT State;
 
   // "sv_SE", "sv-SE", "sv_SE.UTF-8", "nb"; ICU keywords such as "sv_SE@currency=EUR" are
   // understood. Never fails; a text that is no locale has no country, no currency and no language.

@@ -19,7 +19,7 @@ struct NumberFormatters {
   icu::number::LocalizedNumberFormatter grouped;
 };
 
-struct Locale::State {
+struct BOKFOLIO_NO_EXPORT Locale::State {
   explicit State(std::string text);
 
   // Immutable once made.
