@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -105,6 +106,9 @@ class Journal {
   void push(UndoStep step);
   void dropRedo();
 
+  void applyDeleteRule(Record& record, const Property& property,
+                       const std::vector<Record*>& partners);
+  bool keepsSet(Record& owner, const Property& toMany) const;
   void link(Record& owner, const Property& toMany, Record& member);
   void unlink(Record& owner, const Property& toMany, Record& member);
   void linkAll(Record& record);
@@ -115,8 +119,13 @@ class Journal {
   void show(Record& record, std::uint16_t state);
   void makeShell(Record& record);
 
-  UndoGroup replay(UndoGroup group);
+  UndoGroup replay(const UndoGroup& group);
   void replayStep(const UndoStep& step, UndoGroup& inverse);
+  void replayWrite(Record& record, const Property& property, const Value& value);
+  void clearUndo();
+  void restoreSavedValues(Record& record);
+  void buryStillborn();
+  void forgetSavedValues();
 
   StoreParts* store_;
   ChangeTracking tracking_;
@@ -126,6 +135,7 @@ class Journal {
   std::unordered_set<const Record*> insertedInGroup_;
   std::vector<std::pair<const Record*, std::uint16_t>> brackets_;
   std::vector<Record*> beingDeleted_;
+  std::vector<Record*> stillborn_;
   UndoGroup trial_;
   Record* exempt_ = nullptr;
   bool inTrial_ = false;

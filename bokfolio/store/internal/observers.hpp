@@ -41,7 +41,6 @@ class Observers {
   struct Listener {
     std::vector<std::uint16_t> keys;  // ascending
     std::shared_ptr<Observation> observation;
-    bool link = false;  // a change moves the far end of a path
   };
   struct Announced {
     const Record* record;

@@ -55,7 +55,7 @@ class SlotWriter {
   void setDate(std::uint16_t ordinal, Date value) { put(ordinal, value); }
   void setText(std::uint16_t ordinal, std::string_view value);
   void setReference(std::uint16_t ordinal, Record* value);
-  // Any value that fits the property; ValueKindError otherwise. Records and nil for a to-one.
+  // A value that fittingValue answered for the property.
   void setValue(const Property& property, const Value& value);
 
   RelationSet*& relation(std::uint16_t ordinal) {
@@ -76,6 +76,9 @@ class SlotWriter {
   std::byte* slots_;
 };
 
+// The value as the kind that the property holds: numbers as one another where that is exact or a cut
+// to an integer. Throws ValueKindError when there is no such value.
+Value fittingValue(const Property& property, const Value& value);
 // A slot as a Value; a to-one as its record, a to-many is not a slot and must not be asked.
 Value readValue(const Property& property, const SlotView& slots);
 // Whether both blocks hold the same in that slot.

@@ -61,6 +61,8 @@ struct StoreParts {
     return RecordAccess::view(record);
   }
 
+  // A new record with the model's defaults, inserted; awakeFromInsert is the caller's.
+  Record* make(const Entity& entity);
   // The record with that id in memory, a place for it when it is not read yet, nullptr for id 0.
   Record* place(const Entity& entity, RecordId id);
 
@@ -69,6 +71,8 @@ struct StoreParts {
   std::size_t count(const Entity& entity);
   // The complete far side of a to-many relationship.
   const internal::RelationSet& members(const Record& owner, const Property& toMany);
+  // Brings the far sets of every record up from the to-one side.
+  void buildInverse(const Property& toOne);
   // Built and up to date.
   const internal::Index& index(const Entity& entity, std::uint16_t ordinal);
 };
