@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "bokfolio/store/internal/sorted_blocks.hpp"
+#include "bokfolio/store/record.hpp"
 #include "bokfolio/store/schema.hpp"
 #include "bokfolio/store/slot_view.hpp"
 
