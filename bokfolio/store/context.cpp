@@ -29,7 +29,8 @@ const Schema& Context::schema() const { return *parts_->schema; }
 
 Persistence& Context::persistence() { return *parts_->persistence; }
 
-// --- Records --------------------------------------------------------------------------------------
+// --- Records
+// --------------------------------------------------------------------------------------
 
 Record* Context::insertNewObject(std::string_view entityName) {
   Record* record = parts_->make(parts_->schema->entity(entityName));
@@ -54,7 +55,8 @@ Record* Context::find(std::string_view entityName, RecordId id) {
   return record != nullptr && RecordAccess::isLive(*record) ? record : nullptr;
 }
 
-// --- Fetching -------------------------------------------------------------------------------------
+// --- Fetching
+// -------------------------------------------------------------------------------------
 
 namespace {
 
@@ -86,7 +88,8 @@ std::size_t Context::count(std::string_view entityName, const std::optional<Pred
   return countOf(fetchQuery(*parts_, entityName, predicate));
 }
 
-// --- Changes --------------------------------------------------------------------------------------
+// --- Changes
+// --------------------------------------------------------------------------------------
 
 bool Context::hasChanges() const {
   const auto& tracking = parts_->journal.tracking();
@@ -124,7 +127,8 @@ void Context::closeUndoGroup() { parts_->journal.closeGroup(); }
 
 void Context::setUndoEnabled(bool enabled) { parts_->journal.setUndoEnabled(enabled); }
 
-// --- Observation ----------------------------------------------------------------------------------
+// --- Observation
+// ----------------------------------------------------------------------------------
 
 ObservationToken Context::observe(Record& record, std::string_view keyPath, Observer observer) {
   return parts_->observers.observe(record, keyPath, std::move(observer));

@@ -65,7 +65,8 @@ const std::string& Record::entityName() const { return entity_->name(); }
 
 std::string Record::description() const { return entityName() + " " + std::to_string(id_); }
 
-// --- Key access -----------------------------------------------------------------------------------
+// --- Key access
+// -----------------------------------------------------------------------------------
 
 Value Record::valueForKey(std::string_view name) const {
   const Key& key = keyOf(*this, name);
@@ -97,8 +98,7 @@ Value Record::primitiveValueForKey(std::string_view name) const {
 }
 
 void Record::setPrimitiveValueForKey(const Value& value, std::string_view name) {
-  context_->parts().journal.writeValue(*this, propertyOf(*this, name), value,
-                                       WriteMode::Primitive);
+  context_->parts().journal.writeValue(*this, propertyOf(*this, name), value, WriteMode::Primitive);
 }
 
 void Record::willChangeValueForKey(std::string_view name) {
@@ -122,7 +122,8 @@ void Record::willAccessValueForKey(std::string_view) const { context_->parts().s
 
 void Record::didAccessValueForKey(std::string_view) const {}
 
-// --- Typed slots ----------------------------------------------------------------------------------
+// --- Typed slots
+// ----------------------------------------------------------------------------------
 
 namespace {
 
@@ -209,8 +210,7 @@ void Record::writeBytes(std::uint16_t ordinal, const std::optional<Bytes>& value
     return std::string_view(reinterpret_cast<const char*>(value->data()), value->size());
   };
   writeSlot(
-      *this, ordinal, !value, announce,
-      [&](SlotView s) { return s.blob(ordinal) == characters(); },
+      *this, ordinal, !value, announce, [&](SlotView s) { return s.blob(ordinal) == characters(); },
       [&](SlotWriter w) { w.setText(ordinal, characters()); });
 }
 

@@ -50,8 +50,7 @@ Value valueOf(const Value& from, std::string_view path) {
     const auto [key, rest] = splitFirst(path);
     return valueOf(record->valueForKey(key), rest);
   }
-  throw UndefinedKeyError("\"" + std::string(path) + "\" cannot be asked of " +
-                          from.description());
+  throw UndefinedKeyError("\"" + std::string(path) + "\" cannot be asked of " + from.description());
 }
 
 }  // namespace

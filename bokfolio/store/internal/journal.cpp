@@ -21,7 +21,8 @@ Record* referenceOf(const Record& record, const Property& property) {
 
 }  // namespace
 
-// --- One slot -------------------------------------------------------------------------------------
+// --- One slot
+// -------------------------------------------------------------------------------------
 
 void Journal::begin(Record& record, const Property& property, WriteMode mode) {
   store_->slots(record);
@@ -74,8 +75,7 @@ void Journal::writeValue(Record& record, const Property& property, const Value& 
     return;
   }
   const Value fitting = fittingValue(property, value);
-  write(record, property, mode,
-        [&](SlotWriter slots) { slots.setValue(property, fitting); });
+  write(record, property, mode, [&](SlotWriter slots) { slots.setValue(property, fitting); });
 }
 
 void Journal::keepSavedValues(Record& record) {
@@ -85,7 +85,8 @@ void Journal::keepSavedValues(Record& record) {
   tracking_.keepSaved(record, copy);
 }
 
-// --- Relationships --------------------------------------------------------------------------------
+// --- Relationships
+// --------------------------------------------------------------------------------
 
 void Journal::setReference(Record& record, const Property& property, Record* target,
                            WriteMode mode) {
@@ -200,7 +201,8 @@ void Journal::unlinkAll(Record& record) {
   }
 }
 
-// --- Existence ------------------------------------------------------------------------------------
+// --- Existence
+// ------------------------------------------------------------------------------------
 
 void Journal::insert(Record& record) {
   RecordAccess::state(record) |= RecordAccess::kInserted | RecordAccess::kBornHere;
@@ -300,24 +302,25 @@ void Journal::makeShell(Record& record) {
   slots = nullptr;
 }
 
-// --- Undo -----------------------------------------------------------------------------------------
+// --- Undo
+// -----------------------------------------------------------------------------------------
 
-void Journal::openBracket(Record& record, const Key& key) { brackets_.emplace_back(&record, key.id); }
+void Journal::openBracket(Record& record, const Key& key) {
+  brackets_.emplace_back(&record, key.id);
+}
 
 void Journal::closeBracket(Record& record, const Key& key) {
-  const auto bracket =
-      std::find(brackets_.rbegin(), brackets_.rend(),
-                std::pair<const Record*, std::uint16_t>(&record, key.id));
+  const auto bracket = std::find(brackets_.rbegin(), brackets_.rend(),
+                                 std::pair<const Record*, std::uint16_t>(&record, key.id));
   if (bracket != brackets_.rend()) brackets_.erase(std::next(bracket).base());
 }
 
 bool Journal::recordsUndo(const Record& record, const Property& property, WriteMode mode) const {
   if (inTrial_) return true;
   if (!undoEnabled_ || replaying_ || &record == exempt_) return false;
-  if (mode == WriteMode::Primitive &&
-      std::find(brackets_.begin(), brackets_.end(),
-                std::pair<const Record*, std::uint16_t>(&record, property.key().id)) ==
-          brackets_.end())
+  if (mode == WriteMode::Primitive && std::find(brackets_.begin(), brackets_.end(),
+                                                std::pair<const Record*, std::uint16_t>(
+                                                    &record, property.key().id)) == brackets_.end())
     return false;
   // A record goes and comes as a whole with the group that inserted it.
   return !record.isInserted() || insertedInGroup_.count(&record) == 0;
@@ -424,7 +427,8 @@ void Journal::replayWrite(Record& record, const Property& property, const Value&
   }
 }
 
-// --- Saving and rolling back ----------------------------------------------------------------------
+// --- Saving and rolling back
+// ----------------------------------------------------------------------
 
 void Journal::beginTrial() {
   trial_.clear();
@@ -461,7 +465,8 @@ void Journal::saved() {
 
 void Journal::rollback() {
   replaying_ = true;
-  // First all are back in sight, then relationships are restored among them, then what was new goes.
+  // First all are back in sight, then relationships are restored among them, then what was new
+  // goes.
   const auto inserted = tracking_.inserted();
   for (Record* record : tracking_.deleted()) show(*record, RecordAccess::kDeleted);
   for (Record* record : tracking_.touched()) restoreSavedValues(*record);

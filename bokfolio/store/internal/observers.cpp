@@ -13,7 +13,7 @@ struct Observation {
   std::string keyPath;
   Observer observer;
   bool active = true;
-  bool follows = false;  // its path or a dependency crosses a relationship
+  bool follows = false;              // its path or a dependency crosses a relationship
   std::vector<const Record*> heard;  // records that hold listeners of this observation
 };
 
@@ -27,9 +27,7 @@ struct Registration {
 
   Registration(std::weak_ptr<Observers*> observers, std::shared_ptr<Observation> observed,
                std::function<void(Observers&, Observation&)> removal)
-      : owner(std::move(observers)),
-        observation(std::move(observed)),
-        unhang(std::move(removal)) {}
+      : owner(std::move(observers)), observation(std::move(observed)), unhang(std::move(removal)) {}
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;
   ~Registration() {
@@ -133,10 +131,9 @@ void Observers::willChange(const Record& record, const Key& key) {
 }
 
 void Observers::didChange(const Record& record, const Key& key) {
-  const auto announced =
-      std::find_if(announced_.rbegin(), announced_.rend(), [&](const Announced& each) {
-        return each.record == &record && each.key == key.id;
-      });
+  const auto announced = std::find_if(
+      announced_.rbegin(), announced_.rend(),
+      [&](const Announced& each) { return each.record == &record && each.key == key.id; });
   if (announced == announced_.rend()) return;
   const auto told = std::move(announced->told);
   announced_.erase(std::next(announced).base());

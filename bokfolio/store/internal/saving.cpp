@@ -29,10 +29,10 @@ bool validateRecord(Record& record, ErrorOut error) {
   if (record.validateForUpdate(error != nullptr ? &failure : nullptr)) return true;
   if (error != nullptr) {
     *error = failure ? std::move(failure)
-                     : std::optional<Error>(Error(
-                           kStoreErrorDomain, kRefusedWithoutError,
-                           record.environment().text("%@ is not valid and cannot be saved.",
-                                                     {record.description()})));
+                     : std::optional<Error>(
+                           Error(kStoreErrorDomain, kRefusedWithoutError,
+                                 record.environment().text("%@ is not valid and cannot be saved.",
+                                                           {record.description()})));
   }
   return false;
 }
@@ -87,8 +87,10 @@ ChangeSet changeSet(StoreParts& store) {
                                std::move(changed)});
   }
   for (Record* record : tracking.deleted())
-    changes.changes.push_back({RecordChange::Kind::Delete, record->id(),
-                               RecordAccess::version(*record), RecordAccess::view(*record),
+    changes.changes.push_back({RecordChange::Kind::Delete,
+                               record->id(),
+                               RecordAccess::version(*record),
+                               RecordAccess::view(*record),
                                {}});
   for (const std::uint16_t ordinal : grown) {
     EntityRecords& records = store.entities[ordinal];
@@ -127,8 +129,7 @@ bool save(StoreParts& store, ErrorOut error) {
     journal.keepTrial();
     for (const RecordChange& change : changes.changes)
       if (change.kind == RecordChange::Kind::Update)
-        ++RecordAccess::version(
-            *store.of(change.values.entity()).table.find(change.id));
+        ++RecordAccess::version(*store.of(change.values.entity()).table.find(change.id));
   } catch (...) {
     journal.takeBackTrial();
     throw;

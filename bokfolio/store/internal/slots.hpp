@@ -76,8 +76,8 @@ class SlotWriter {
   std::byte* slots_;
 };
 
-// The value as the kind that the property holds: numbers as one another where that is exact or a cut
-// to an integer. Throws ValueKindError when there is no such value.
+// The value as the kind that the property holds: numbers as one another where that is exact or a
+// cut to an integer. Throws ValueKindError when there is no such value.
 Value fittingValue(const Property& property, const Value& value);
 // A slot as a Value; a to-one as its record, a to-many is not a slot and must not be asked.
 Value readValue(const Property& property, const SlotView& slots);

@@ -153,13 +153,12 @@ const internal::RelationSet& StoreParts::members(const Record& owner, const Prop
   const Property& toOne = toMany.inverse();
   auto& built = of(toOne.entity()).inverseBuilt;
   auto& record = const_cast<Record&>(owner);  // NOLINT: the set is made on first use
-  if (!built[toOne.ordinal()] &&
-      (RecordAccess::state(record) & RecordAccess::kBornHere) == 0) {
+  if (!built[toOne.ordinal()] && (RecordAccess::state(record) & RecordAccess::kBornHere) == 0) {
     buildInverse(toOne);
   }
   slots(owner);
-  auto& set = internal::SlotWriter(owner.entity(), RecordAccess::slots(record))
-                  .relation(toMany.ordinal());
+  auto& set =
+      internal::SlotWriter(owner.entity(), RecordAccess::slots(record)).relation(toMany.ordinal());
   if (set == nullptr) set = new internal::RelationSet;
   return *set;
 }
