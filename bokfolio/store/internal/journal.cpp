@@ -217,6 +217,10 @@ void Journal::insert(Record& record) {
 }
 
 void Journal::discard(Record& record) {
+  for (const Property& property : record.entity().properties()) {
+    if (property.isToOne()) setReference(record, property, nullptr, WriteMode::Primitive);
+    if (property.isToMany()) setMembers(record, property, {});
+  }
   hide(record, RecordAccess::kRetracted);
   const auto isInsertion = [&](const UndoStep& step) {
     return step.kind == UndoStep::Kind::Insert && step.record == &record;
