@@ -27,7 +27,8 @@ std::string textOf(const Value& value) {
 Dump dump(Context& context) {
   Dump all;
   for (const Entity& entity : context.schema().entities()) {
-    for (const Record* record : *context.fetchEntitiesWithName(entity.name())) {
+    const auto records = context.fetchEntitiesWithName(entity.name());
+    for (const Record* record : *records) {
       std::string& text = all[entity.name() + std::to_string(record->id())];
       for (const Property& property : entity.properties()) {
         if (property.transient()) continue;
