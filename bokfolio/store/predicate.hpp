@@ -50,10 +50,11 @@ class BOKFOLIO_EXPORT Predicate {
   // A text that parses to the same condition; records stand as `Entity:id`.
   std::string description() const;
 
-  const predicate::Node& root() const { return *root_; }
+  // For the store itself: the condition as a tree.
+  explicit Predicate(std::shared_ptr<const predicate::Node> root) : root_(std::move(root)) {}
+  const std::shared_ptr<const predicate::Node>& root() const { return root_; }
 
  private:
-  explicit Predicate(std::shared_ptr<const predicate::Node> root) : root_(std::move(root)) {}
 
   std::shared_ptr<const predicate::Node> root_;
 };

@@ -55,7 +55,8 @@ class BOKFOLIO_EXPORT RecordSet {
   friend BOKFOLIO_EXPORT bool operator==(const RecordSet& a, const RecordSet& b);
 
  private:
-  friend struct Query;
+  explicit RecordSet(Query query);
+  std::optional<RecordSet> unionAsQuestion(std::string_view key) const;
 
   std::shared_ptr<const Query> query_;  // nullptr: members_ is the answer
   std::shared_ptr<const std::vector<Record*>> members_;

@@ -86,6 +86,7 @@ class Index {
 
  private:
   IndexEntry entryOf(Record& record) const;
+  std::uint16_t bit() const { return static_cast<std::uint16_t>(1U << layout_->ordinal); }
 
   const IndexLayout* layout_;
   bool built_ = false;

@@ -1,0 +1,223 @@
+#include "bokfolio/store/internal/query.hpp"
+
+#include <algorithm>
+
+#include "bokfolio/store/context.hpp"
+#include "bokfolio/store/internal/planner.hpp"
+#include "bokfolio/store/internal/predicate/binding.hpp"
+#include "bokfolio/store/internal/sorting.hpp"
+
+namespace bokfolio {
+
+namespace {
+
+using internal::Index;
+using internal::IndexCode;
+using internal::IndexEntry;
+using predicate::BoundComparison;
+using predicate::BoundCondition;
+using predicate::Conditions;
+
+constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
+// How much longer than the other way walking in order may go on without reaching the limit.
+constexpr double kPatience = 64;
+
+internal::KeyReading readingOf(const Query& query) {
+  return query.throughAccessors ? internal::KeyReading::ThroughAccessors
+                                : internal::KeyReading::Stored;
+}
+
+Conditions conditionsOf(const Query& query) {
+  std::vector<const predicate::Node*> nodes;
+  nodes.reserve(query.conditions.size());
+  for (const Predicate& condition : query.conditions) nodes.push_back(condition.root().get());
+  return {std::move(nodes), readingOf(query)};
+}
+
+// One run of one query.
+class QueryRun {
+ public:
+  explicit QueryRun(const Query& query) : query_(query), conditions_(conditionsOf(query)) {
+    if (query.among) return;
+    bound_ = &conditions_.boundTo(*query.entity);
+    if (query.owner == nullptr) return;
+    query.store->slots(*query.owner);  // throws for a record that is gone
+    membership_.emplace(query.relationship->inverse(), *query.owner);
+  }
+
+  std::vector<Record*> records() {
+    if (query_.limit == std::size_t{0}) return {};
+    if (query_.order.empty()) return matches(candidates(), query_.limit.value_or(kUnlimited));
+    if (auto walked = walkInOrder()) return std::move(*walked);
+    auto found = matches(candidates(), kUnlimited);
+    return inOrder(std::move(found));
+  }
+
+  std::size_t count() {
+    const std::size_t limit = query_.limit.value_or(kUnlimited);
+    if (query_.conditions.empty()) return std::min(limit, countOfAll());
+    std::size_t count = 0;
+    for (const Record* record : candidates()) {
+      if (count == limit) break;
+      if (accepts(*record)) ++count;
+    }
+    return count;
+  }
+
+  bool accepts(const Record& record) {
+    if (query_.among) return conditions_.hold(record);
+    if (!RecordAccess::isLive(record)) return false;
+    if (membership_ && !membership_->holds(*query_.store, record)) return false;
+    return std::all_of(bound_->begin(), bound_->end(), [&](const BoundCondition& condition) {
+      return condition.holds(*query_.store, record);
+    });
+  }
+
+ private:
+  std::size_t countOfAll() const {
+    if (query_.among) return query_.among->size();
+    if (query_.owner != nullptr)
+      return query_.store->members(*query_.owner, *query_.relationship).size();
+    return query_.store->count(*query_.entity);
+  }
+
+  internal::Planner planner() const {
+    std::vector<const BoundComparison*> conjuncts;
+    if (membership_) conjuncts.push_back(&*membership_);
+    for (const BoundCondition& condition : *bound_) condition.collectConjuncts(conjuncts);
+    return {*query_.store, *query_.entity, std::move(conjuncts)};
+  }
+
+  std::vector<Record*> candidates() const {
+    if (query_.among) return *query_.among;
+    if (query_.strategy == Query::Strategy::ScanOnly) return query_.store->all(*query_.entity);
+    return collect(*query_.store, *query_.entity, planner().cheapest());
+  }
+
+  std::vector<Record*> matches(std::vector<Record*> candidates, std::size_t limit) {
+    std::size_t kept = 0;
+    for (Record* record : candidates) {
+      if (kept == limit) break;
+      if (accepts(*record)) candidates[kept++] = record;
+    }
+    candidates.resize(kept);
+    return candidates;
+  }
+
+  std::vector<Record*> inOrder(std::vector<Record*> found) const {
+    internal::sortRecords(found, query_.order, readingOf(query_));
+    if (query_.limit && *query_.limit < found.size()) found.resize(*query_.limit);
+    return found;
+  }
+
+  std::optional<std::vector<Record*>> walkInOrder();
+
+  const Query& query_;
+  Conditions conditions_;
+  const std::vector<BoundCondition>* bound_ = nullptr;
+  std::optional<BoundComparison> membership_;
+};
+
+// Walks an index group by group of equal codes, in the direction asked for, and stops after the group
+// that fills the limit. Gives up when that takes longer than looking at the cheapest candidates.
+class OrderedWalk {
+ public:
+  OrderedWalk(const internal::OrderedSource& source, QueryRun& run, std::size_t limit,
+              double patience)
+      : source_(source), run_(run), limit_(limit), patience_(patience) {}
+
+  // Every match up to the end of the last group; nullopt when it gave up.
+  std::optional<std::vector<Record*>> matches() {
+    const auto& entries = source_.index->entries();
+    auto from = source_.span.from;
+    auto to = source_.span.to;
+    while (from != to && found_.size() < limit_) {
+      const auto edge = source_.ascending ? from : entries.previous(to);
+      const IndexCode code = codeAt(edge);
+      const auto begin = source_.ascending ? from : groupBegin(from, edge, code);
+      auto at = begin;
+      while (at != to && codeAt(at) == code) {
+        if (--patience_ < 0) return std::nullopt;
+        Record* record = entries[at].record;
+        if (run_.accepts(*record)) found_.push_back(record);
+        at = entries.next(at);
+      }
+      (source_.ascending ? from : to) = source_.ascending ? at : begin;
+    }
+    return std::move(found_);
+  }
+
+ private:
+  IndexCode codeAt(Index::Position at) const {
+    const IndexEntry& entry = source_.index->entries()[at];
+    return source_.bySecond ? entry.second : entry.first;
+  }
+
+  // Groups are mostly small, so the first steps are taken one by one.
+  Index::Position groupBegin(Index::Position from, Index::Position edge, IndexCode code) const {
+    const auto& entries = source_.index->entries();
+    constexpr int kSteps = 8;
+    auto begin = edge;
+    for (int step = 0; step < kSteps; ++step) {
+      if (begin == from || codeAt(entries.previous(begin)) != code) return begin;
+      begin = entries.previous(begin);
+    }
+    const IndexEntry edgeEntry = entries[edge];
+    const auto start = entries.partitionPoint([&](const IndexEntry& entry) {
+      if (!source_.bySecond) return entry.first < code;
+      return entry.first < edgeEntry.first ||
+             (entry.first == edgeEntry.first && entry.second < code);
+    });
+    return isBefore(start, from) ? from : start;
+  }
+
+  static bool isBefore(Index::Position a, Index::Position b) {
+    return a.block != b.block ? a.block < b.block : a.slot < b.slot;
+  }
+
+  const internal::OrderedSource& source_;
+  QueryRun& run_;
+  std::size_t limit_;
+  double patience_;
+  std::vector<Record*> found_;
+};
+
+std::optional<std::vector<Record*>> QueryRun::walkInOrder() {
+  if (query_.among || !query_.limit || query_.strategy == Query::Strategy::ScanOnly) return {};
+  // Accessors might change the index under the walk.
+  if (!std::all_of(bound_->begin(), bound_->end(),
+                   [](const BoundCondition& condition) { return condition.isPure(); }))
+    return {};
+  const SortDescriptor& first = query_.order.front();
+  const internal::BoundPath key(*query_.entity, first.key(), readingOf(query_));
+  if (!key.isSlot() || !key.links().empty() || key.last().isRelationship() ||
+      key.last().kind() == PropertyKind::String)
+    return {};
+  internal::Planner plan = planner();
+  const auto source = plan.ordered(key.last(), first.ascending());
+  if (!source) return {};
+  const double other = plan.cheapest().estimate;
+  auto found = OrderedWalk(*source, *this, *query_.limit, other + kPatience).matches();
+  if (!found) return {};
+  return inOrder(std::move(*found));
+}
+
+}  // namespace
+
+std::vector<Record*> run(const Query& query) { return QueryRun(query).records(); }
+
+std::size_t countOf(const Query& query) { return QueryRun(query).count(); }
+
+bool holds(const Query& query, const Record& record) {
+  if (query.among) {
+    const auto at = std::lower_bound(query.among->begin(), query.among->end(), &record,
+                                     internal::ById{});
+    if (at == query.among->end() || *at != &record) return false;
+  } else if (&record.entity() != query.entity ||
+             &record.managedObjectContext() != &query.store->context) {
+    return false;
+  }
+  return QueryRun(query).accepts(record);
+}
+
+}  // namespace bokfolio
