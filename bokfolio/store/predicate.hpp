@@ -55,7 +55,6 @@ class BOKFOLIO_EXPORT Predicate {
   const std::shared_ptr<const predicate::Node>& root() const { return root_; }
 
  private:
-
   std::shared_ptr<const predicate::Node> root_;
 };
 

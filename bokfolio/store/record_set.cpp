@@ -139,8 +139,8 @@ RecordSet RecordSet::distinctUnion(std::string_view key) const {
   return RecordSet(std::move(all));
 }
 
-// The rows of the entries of a year are the rows whose entry is of that year: one question, for which
-// the planner may find a better way than from entry to entry.
+// The rows of the entries of a year are the rows whose entry is of that year: one question, for
+// which the planner may find a better way than from entry to entry.
 std::optional<RecordSet> RecordSet::unionAsQuestion(std::string_view key) const {
   if (!query_ || query_->owner == nullptr || !query_->conditions.empty()) return std::nullopt;
   const Property* toMany = query_->entity->property(key);

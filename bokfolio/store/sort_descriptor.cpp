@@ -81,7 +81,8 @@ void mergeRuns(const std::vector<Record*>& from, std::vector<Record*>& to, std::
   std::size_t left = begin;
   std::size_t right = middle;
   for (std::size_t at = begin; at < end; ++at) {
-    const bool takesLeft = right == end || (left < middle && compare(*from[left], *from[right]) <= 0);
+    const bool takesLeft =
+        right == end || (left < middle && compare(*from[left], *from[right]) <= 0);
     to[at] = takesLeft ? from[left++] : from[right++];
   }
 }

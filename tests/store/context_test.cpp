@@ -292,7 +292,7 @@ class RandomLife {
     Label* label = any<Label>();
     switch (below(12)) {
       case 0:
-        context().insert<Parent>()->setNumber(static_cast<std::int64_t>(below(20)));
+        context().insert<Parent>()->setNumber(static_cast<std::int64_t>(below(12)));
         break;
       case 1:
       case 2:

@@ -8,8 +8,7 @@ namespace {
 
 const Key& keyOf(const Entity& entity, const std::string& name) {
   const Key* key = entity.key(name);
-  if (key == nullptr)
-    throw UndefinedKeyError(entity.name() + " has no key \"" + name + "\"");
+  if (key == nullptr) throw UndefinedKeyError(entity.name() + " has no key \"" + name + "\"");
   return *key;
 }
 
@@ -64,8 +63,8 @@ void BoundPath::resolve(const Entity& entity, const std::vector<std::string>& ke
     const Key& key = keyOf(*at, keys[step]);
     const bool last = step + 1 == keys.size();
     const bool counted = last && count_;
-    if (key.property != nullptr && ((counted && !key.property->isToMany()) ||
-                                    (!last && !key.property->isToOne())))
+    if (key.property != nullptr &&
+        ((counted && !key.property->isToMany()) || (!last && !key.property->isToOne())))
       throw PredicateError("\"" + joined(keys) + (count_ ? ".@count" : "") + "\" of " +
                            entity.name() + " goes on behind " + key.name +
                            (key.property->isToMany() ? ", a set" : ", which is no relationship"));

@@ -1,6 +1,6 @@
 // BoundPath: a key path resolved for an entity, so that reading it looks nothing up by name. Most
-// paths are slots: to-one links and a stored value, read from memory. Paths that touch an accessor or
-// a derived key are walked key by key.
+// paths are slots: to-one links and a stored value, read from memory. Paths that touch an accessor
+// or a derived key are walked key by key.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,8 @@
 
 namespace bokfolio::internal {
 
-// How a stored key that has an accessor of its own is read. A derived key always means its accessor.
+// How a stored key that has an accessor of its own is read. A derived key always means its
+// accessor.
 enum class KeyReading : std::uint8_t { Stored, ThroughAccessors };
 
 class BoundPath {

@@ -14,8 +14,8 @@ using predicate::Comparison;
 // So few candidates that looking for a better source costs more than asking them all.
 constexpr double kFewEnough = 16;
 
-// What one comparison says about the codes of its key. `throughLinks`: a nil on the way reads as nil,
-// so that conditions that nil satisfies cannot be looked up from the far end.
+// What one comparison says about the codes of its key. `throughLinks`: a nil on the way reads as
+// nil, so that conditions that nil satisfies cannot be looked up from the far end.
 std::optional<CodeRange> rangeOf(const BoundComparison& conjunct, const Property& property,
                                  bool throughLinks) {
   const Comparison comparison = conjunct.comparison();
@@ -164,9 +164,9 @@ std::optional<OrderedSource> Planner::ordered(const Property& key, bool ascendin
     if (layout.properties[0] != &key && !bySecond) continue;
     OrderedSource source;
     source.index = &store_.index(entity_, layout.ordinal);
-    source.span = source.index->find(
-        first.value_or(CodeRange{}),
-        bySecond ? rangeOf(group, key).value_or(CodeRange{}) : CodeRange{});
+    source.span =
+        source.index->find(first.value_or(CodeRange{}),
+                           bySecond ? rangeOf(group, key).value_or(CodeRange{}) : CodeRange{});
     source.bySecond = bySecond;
     source.ascending = ascending;
     const std::size_t estimate = source.index->estimate(source.span);

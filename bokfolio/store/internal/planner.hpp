@@ -1,6 +1,6 @@
-// Planner: where to look for the records that satisfy a query. It reads the comparisons that all must
-// hold, asks sets and indexes how many records they would yield, and names the cheapest source. A
-// source holds every record of the answer and usually others: the conditions decide.
+// Planner: where to look for the records that satisfy a query. It reads the comparisons that all
+// must hold, asks sets and indexes how many records they would yield, and names the cheapest
+// source. A source holds every record of the answer and usually others: the conditions decide.
 #pragma once
 
 #include <cstddef>

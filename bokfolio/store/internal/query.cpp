@@ -118,8 +118,9 @@ class QueryRun {
   std::optional<BoundComparison> membership_;
 };
 
-// Walks an index group by group of equal codes, in the direction asked for, and stops after the group
-// that fills the limit. Gives up when that takes longer than looking at the cheapest candidates.
+// Walks an index group by group of equal codes, in the direction asked for, and stops after the
+// group that fills the limit. Gives up when that takes longer than looking at the cheapest
+// candidates.
 class OrderedWalk {
  public:
   OrderedWalk(const internal::OrderedSource& source, QueryRun& run, std::size_t limit,
@@ -210,8 +211,8 @@ std::size_t countOf(const Query& query) { return QueryRun(query).count(); }
 
 bool holds(const Query& query, const Record& record) {
   if (query.among) {
-    const auto at = std::lower_bound(query.among->begin(), query.among->end(), &record,
-                                     internal::ById{});
+    const auto at =
+        std::lower_bound(query.among->begin(), query.among->end(), &record, internal::ById{});
     if (at == query.among->end() || *at != &record) return false;
   } else if (&record.entity() != query.entity ||
              &record.managedObjectContext() != &query.store->context) {

@@ -197,9 +197,9 @@ class SelfCheck {
 
   void checkIndex(const Entity& entity, const std::vector<Record*>& records,
                   const IndexLayout& layout) {
+    const Index& kept = store_.index(entity, layout.ordinal);
     Index fresh(layout);
     fresh.build(records);
-    const Index& kept = store_.index(entity, layout.ordinal);
     std::vector<const Record*> expected;
     std::vector<const Record*> found;
     fresh.entries().forEach([&](const IndexEntry& entry) { expected.push_back(entry.record); });

@@ -39,7 +39,11 @@ class SortedBlocks {
   }
 
   bool insert(const T& element) {
-    if (blocks_.empty()) blocks_.emplace_back();
+    if (blocks_.empty()) {
+      blocks_.push_back({element});
+      size_ = 1;
+      return true;
+    }
     const std::size_t index = blockFor(element);
     auto& block = blocks_[index];
     const auto at = std::lower_bound(block.begin(), block.end(), element, less_);

@@ -83,8 +83,7 @@ BoundComparison::Test BoundComparison::chooseTest() {
 
 BoundComparison::Test BoundComparison::chooseSlotTest() {
   const PropertyKind kind = left_->last().kind();
-  if (isLike(comparison_))
-    return pattern_ && kind == PropertyKind::String ? Test::Like : Test::Any;
+  if (isLike(comparison_)) return pattern_ && kind == PropertyKind::String ? Test::Like : Test::Any;
   if (constant_.isNil()) return isEquality(comparison_) ? Test::Nil : Test::Any;
   if (kind == PropertyKind::Integer) {
     const auto integer = exactInteger(constant_);
@@ -111,8 +110,7 @@ const internal::BoundPath* BoundComparison::slotPath() const {
   return left_ && !right_ && left_->isSlot() ? &*left_ : nullptr;
 }
 
-BoundCondition::BoundCondition(const Node& node, const Entity& entity,
-                               internal::KeyReading reading)
+BoundCondition::BoundCondition(const Node& node, const Entity& entity, internal::KeyReading reading)
     : kind_(node.kind) {
   if (kind_ == Node::Kind::Compare)
     comparison_ = std::make_unique<const BoundComparison>(node, entity, reading);

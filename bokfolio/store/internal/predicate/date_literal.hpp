@@ -1,5 +1,5 @@
-// Dates as predicates write them: instants in UTC, "2009-03-31T22:00:00Z" or with up to six decimals
-// of a second.
+// Dates as predicates write them: instants in UTC, "2009-03-31T22:00:00Z" or with up to six
+// decimals of a second.
 #pragma once
 
 #include <cstddef>

@@ -40,8 +40,8 @@ bool matches(const Value& text, const Value& pattern, bool anyCase) {
 bool BoundComparison::holds(StoreParts& store, const Record& record) const {
   if (test_ == Test::Any) return holdsForValues(store, record);
   const Record* at = left_->follow(store, record);
-  const bool isNil = at == nullptr || (test_ != Test::Count &&
-                                       store.slots(*at).isNil(left_->last().ordinal()));
+  const bool isNil =
+      at == nullptr || (test_ != Test::Count && store.slots(*at).isNil(left_->last().ordinal()));
   if (test_ == Test::Nil) return isNil == (comparison_ == Comparison::Equal);
   // The constant is not nil.
   if (isNil) return comparison_ == Comparison::NotEqual;
@@ -60,11 +60,9 @@ bool BoundComparison::holdsForSlot(const SlotView& slots) const {
     case Test::Decimal:
       return satisfies(comparison_, slots.decimal(ordinal) <=> decimal_);
     case Test::Text:
-      return satisfies(comparison_,
-                       slots.text(ordinal).compare(*constant_.string()) <=> 0);
+      return satisfies(comparison_, slots.text(ordinal).compare(*constant_.string()) <=> 0);
     case Test::Reference:
-      return (slots.reference(ordinal) == constant_.record()) ==
-             (comparison_ == Comparison::Equal);
+      return (slots.reference(ordinal) == constant_.record()) == (comparison_ == Comparison::Equal);
     case Test::Like:
       return pattern_->matches(slots.text(ordinal));
     case Test::Nil:

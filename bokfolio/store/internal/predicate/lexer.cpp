@@ -186,8 +186,8 @@ void Lexer::likeOption(Token& token) {
 void Lexer::path(Token& token, bool reservedAllowed) {
   token.kind = TokenKind::Path;
   const std::size_t from = at_;
-  while (at_ < text_.size() && (continuesIdentifier(text_[at_]) || text_[at_] == '.' ||
-                                text_[at_] == '@'))
+  while (at_ < text_.size() &&
+         (continuesIdentifier(text_[at_]) || text_[at_] == '.' || text_[at_] == '@'))
     ++at_;
   try {
     token.path = parseKeyPath(text_.substr(from, at_ - from));

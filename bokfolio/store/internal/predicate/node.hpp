@@ -1,5 +1,5 @@
-// Node: a condition as a tree, knowing no entity: its key paths are names. Parsing makes it, printing
-// writes it, binding resolves it for an entity. Trees are shared and never change.
+// Node: a condition as a tree, knowing no entity: its key paths are names. Parsing makes it,
+// printing writes it, binding resolves it for an entity. Trees are shared and never change.
 //
 // Invariants: an And has no And among its parts, an Or no Or, neither has a single part; an And
 // without parts is true, an Or without parts is false.
@@ -75,8 +75,8 @@ NodePointer makeNot(NodePointer part);
 // Same condition, written the same way. Values are equal as values: 1 equals 1.0.
 bool operator==(const Node& a, const Node& b);
 
-// Whether the text may stand for a key without more ado: a letter or '_', then letters, digits, '_'.
-// Every character beyond ASCII counts as a letter.
+// Whether the text may stand for a key without more ado: a letter or '_', then letters, digits,
+// '_'. Every character beyond ASCII counts as a letter.
 bool isIdentifier(std::string_view text);
 bool startsIdentifier(char character);
 bool continuesIdentifier(char character);

@@ -1,5 +1,5 @@
-// Parser: from a format text to a condition. Parsing knows no schema; it is done once for a text and
-// the result kept. Arguments are filled in afterwards and stay values: they never become text.
+// Parser: from a format text to a condition. Parsing knows no schema; it is done once for a text
+// and the result kept. Arguments are filled in afterwards and stay values: they never become text.
 #pragma once
 
 #include <memory>
