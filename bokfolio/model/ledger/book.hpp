@@ -1,0 +1,90 @@
+// Book: the settings of one bookkeeping. Home currency, invoicing method and terms, the company,
+// and the accounts on which automatic entries are made. A document holds one; nothing enforces it,
+// and of several the oldest is the current one.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "bokfolio/export.hpp"
+#include "bokfolio/platform/decimal.hpp"
+#include "bokfolio/store/entity_table.hpp"
+#include "bokfolio/store/record.hpp"
+
+namespace bokfolio {
+
+class Account;
+class Company;
+
+class BOKFOLIO_EXPORT Book : public Record {
+ public:
+  static constexpr std::string_view kEntityName = "Book";
+  struct Slots {
+    static constexpr Slot<std::string> currency{0};
+    static constexpr Slot<std::string> templateName{1};
+    static constexpr Slot<std::int64_t> autoBook{2};
+    static constexpr Slot<std::int64_t> bookOnce{3};
+    static constexpr Slot<std::int64_t> days{4};
+    static constexpr Slot<std::int64_t> vatMode{5};
+    static constexpr ToOneSlot<Company> company{6};
+    static constexpr ToOneSlot<Account> accountsReceivable{7};
+    static constexpr ToOneSlot<Account> currencyGains{8};
+    static constexpr ToOneSlot<Account> currencyLosses{9};
+    static constexpr ToOneSlot<Account> roundingAccount{10};
+    static constexpr ToOneSlot<Account> results{11};
+  };
+  static EntityDescription table();
+
+  using Record::Record;
+
+  // The oldest book, nullptr when the document has none.
+  static Book* currentBookInContext(Context& context);
+
+  // The home currency, an ISO 4217 code; every amount of the ledger is in it.
+  std::optional<std::string> currency() const { return get(Slots::currency); }
+  void setCurrency(const std::optional<std::string>& currency) { set(Slots::currency, currency); }
+  // Name of the layout for printed invoices.
+  std::optional<std::string> templateName() const { return get(Slots::templateName); }
+  void setTemplateName(const std::optional<std::string>& name) { set(Slots::templateName, name); }
+  // Whether invoicing makes entries by itself. nil reads as no.
+  bool autoBook() const { return get(Slots::autoBook).value_or(0) != 0; }
+  void setAutoBook(bool automatic) { set(Slots::autoBook, automatic ? 1 : 0); }
+  // Yes: an invoice is booked once, when it is paid. No: when it is sent and again when it is paid.
+  // nil reads as no.
+  bool bookOnce() const { return get(Slots::bookOnce).value_or(0) != 0; }
+  void setBookOnce(bool once) { set(Slots::bookOnce, once ? 1 : 0); }
+  // Payment term of new invoices, in days.
+  std::optional<std::int64_t> days() const { return get(Slots::days); }
+  void setDays(std::optional<std::int64_t> days) { set(Slots::days, days); }
+  // How VAT is reported. Kept for the host; no rule reads it.
+  std::optional<std::int64_t> vatMode() const { return get(Slots::vatMode); }
+  void setVatMode(std::optional<std::int64_t> mode) { set(Slots::vatMode, mode); }
+  Company* company() const;
+  void setCompany(Company* company);
+
+  // Accounts for automatic entries: what customers owe, exchange gains and losses on payments, the
+  // rounding of invoice totals, the year's result.
+  Account* accountsReceivable() const;
+  void setAccountsReceivable(Account* account);
+  Account* currencyGains() const;
+  void setCurrencyGains(Account* account);
+  Account* currencyLosses() const;
+  void setCurrencyLosses(Account* account);
+  Account* roundingAccount() const;
+  void setRoundingAccount(Account* account);
+  Account* results() const;
+  void setResults(Account* account);
+
+  // Room for a host's own table of rates by currency code, in memory only. No rule fills or reads
+  // it.
+  const std::map<std::string, Decimal>& exchangeRates() const { return exchangeRates_; }
+  void setExchangeRates(std::map<std::string, Decimal> rates) { exchangeRates_ = std::move(rates); }
+
+ private:
+  std::map<std::string, Decimal> exchangeRates_;
+};
+
+}  // namespace bokfolio
