@@ -1,0 +1,232 @@
+#include <gmock/gmock.h>
+
+#include "bokfolio/model/invoicing/article.hpp"
+#include "bokfolio/model/supplier/supplier_invoice.hpp"
+#include "bokfolio/model/supplier/supplier_invoice_line.hpp"
+#include "tests/model/ledger/ledger_world.hpp"
+
+namespace bokfolio::test {
+namespace {
+
+class AccountTest : public LedgerWorld {};
+
+TEST_F(AccountTest, TypeDecidesWhereAnAccountBelongs) {
+  struct Case {
+    std::optional<std::int64_t> type;
+    const char* description;  // nullptr: none
+    bool balanceAccount;
+    bool inBalancePredicate;
+    bool inResultPredicate;
+    bool onlyDebited;
+    bool onlyCredited;
+  };
+  const Case cases[] = {
+      {0, "account_type_asset", true, true, false, false, false},
+      {1, "account_type_debt&equity", true, true, false, false, false},
+      {2, "account_type_income", false, false, true, false, true},
+      {3, "account_type_cost", false, false, true, true, false},
+      {4, "account_type_equity", true, false, false, false, false},
+      {5, nullptr, false, false, false, false, false},
+      {-1, nullptr, false, false, false, false, false},
+      {std::nullopt, "account_type_asset", true, false, false, false, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.type.value_or(-99));
+    Account* of = account(1000);
+    of->setType(c.type);
+    EXPECT_EQ(of->typeDescription(),
+              c.description == nullptr ? std::nullopt : std::optional(text(c.description)));
+    EXPECT_EQ(of->balanceAccount(), c.balanceAccount);
+    EXPECT_EQ(Account::balanceAccountPredicate().evaluate(*of), c.inBalancePredicate);
+    EXPECT_EQ(Account::resultAccountPredicate().evaluate(*of), c.inResultPredicate);
+    EXPECT_EQ(of->isNormallyOnlyDebited(), c.onlyDebited);
+    EXPECT_EQ(of->isNormallyOnlyCredited(), c.onlyCredited);
+    const Row* posted = row(nullptr, of, 1);
+    EXPECT_EQ(Account::balanceAccountPredicateForRows().evaluate(*posted), c.inBalancePredicate);
+  }
+}
+
+TEST_F(AccountTest, DescriptionPadsTheNumberAndNamesTheNameless) {
+  EXPECT_EQ(account(30, AccountType::Asset, "Kassa")->description(), "0030 Kassa");
+  EXPECT_EQ(account(19301, AccountType::Asset, "Bank")->description(), "19301 Bank");
+  EXPECT_EQ(account(std::nullopt, AccountType::Asset, "Loose")->description(), "0000 Loose");
+  EXPECT_EQ(account(1930)->valueForKey("description"), Value("1930 " + text("Unnamed account.")));
+}
+
+TEST_F(AccountTest, LookupsFindExactlyOrNothing) {
+  Account* cash = account(1910, AccountType::Asset, "Kassa");
+  account(1910, AccountType::Asset, "Second with that number");
+  EXPECT_EQ(Account::accountWithNumber(1910, context()), cash);
+  EXPECT_EQ(Account::accountWithNumber(1911, context()), nullptr);
+  EXPECT_EQ(Account::accountWithName("Kassa", context()), cash);
+  EXPECT_EQ(Account::accountWithName("kassa", context()), nullptr);
+  account(std::nullopt);  // must not be what nil finds
+  EXPECT_EQ(Account::accountWithNumber(std::nullopt, context()), nullptr);
+  EXPECT_EQ(Account::accountWithName(std::nullopt, context()), nullptr);
+}
+
+TEST_F(AccountTest, ComparesByNumber) {
+  EXPECT_EQ(account(2)->compare(*account(10)), -1);
+  EXPECT_EQ(account(10)->compare(*account(2)), 1);
+  EXPECT_EQ(account(2)->compare(*account(2)), 0);
+  EXPECT_EQ(account(std::nullopt)->compare(*account(0)), -1);
+}
+
+TEST_F(AccountTest, OnlyBlankAccountsWithoutRowsAreRemoved) {
+  Account* named = account(std::nullopt, AccountType::Asset, "Named");
+  Account* numbered = account(1);
+  Account* posted = account(std::nullopt);
+  row(nullptr, posted, 1);
+  Account* blank = account(std::nullopt);
+  auto* opening = context().insert<StartingBalance>();
+  opening->setAccount(blank);
+  Account::removeEmptyAccountsInContext(context());
+  EXPECT_THAT(context().fetch<Account>(), testing::ElementsAre(named, numbered, posted));
+  EXPECT_TRUE(opening->isDeleted());
+}
+
+TEST_F(AccountTest, BalanceAddsTheYearsRowsBeforeTheDateAndTheWholeOpeningBalance) {
+  FiscalYear* of2008 = year(2008);
+  FiscalYear* of2009 = year(2009);
+  Account* bank = account(1930);
+  Tag* project = tag(7);
+  const auto post = [&](FiscalYear* fiscalYear, Date date, const char* amount, Tag* marked) {
+    Entry* made = entry(date);
+    made->setFiscalYear(fiscalYear);
+    return row(made, bank, dec(amount), marked);
+  };
+  post(of2008, cetDate(2008, 5, 1), "1000", project);
+  post(of2009, cetDate(2009, 2, 1), "100", nullptr);
+  post(of2009, cetDate(2009, 3, 1), "-30.50", project);
+  post(of2009, cetDate(2009, 4, 1), "7", nullptr);
+  post(of2009, cetDate(2009, 2, 2), "5000", project)->remove();
+  row(entry(cetDate(2009, 2, 2)), bank, 900);  // of an entry that is not filed
+  EXPECT_EQ(bank->balance(), dec("76.5"));
+
+  auto* opening = context().insert<StartingBalance>();
+  opening->setAccount(bank);
+  opening->setFiscalYear(of2009);
+  EXPECT_EQ(bank->balance(), dec("76.5")) << "an opening balance without amount";
+  opening->setBalance(2000);
+
+  struct Case {
+    std::optional<Date> date;
+    FiscalYear* year;
+    Tag* tag;
+    const char* balance;
+  };
+  const Case cases[] = {
+      {std::nullopt, of2009, nullptr, "2076.5"},
+      {std::nullopt, of2009, project, "2076.5"},  // a tag alone narrows nothing
+      {std::nullopt, of2008, nullptr, "1000"},
+      {cetDate(2009, 4, 1), of2009, nullptr, "2069.5"},  // strictly before
+      {cetDate(2009, 4, 1, 0, 0, 1), of2009, nullptr, "2076.5"},
+      {cetDate(2009, 4, 1), of2009, project, "1969.5"},
+      {cetDate(2009, 4, 1), of2009, tag(8), "2000"},
+      {cetDate(2008, 1, 1), of2009, nullptr, "2000"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(bank->balanceByDate(c.date, c.year, c.tag), dec(c.balance))
+        << (c.date ? c.date->seconds() : 0) << (c.tag == nullptr ? "" : " tagged");
+}
+
+TEST_F(AccountTest, BalanceNeedsAYear) {
+  Account* bank = account(1930);
+  EXPECT_EQ(bank->balance(), std::nullopt);
+  EXPECT_THROW(bank->balanceByDate(std::nullopt, nullptr), AssertionFailure);
+  world.recordAssertions();
+  open();
+  EXPECT_EQ(account(1930)->balanceByDate(cetDate(2009, 1, 1), nullptr), Decimal());
+  ASSERT_EQ(world.assertions->failures().size(), 1U);
+  EXPECT_EQ(world.assertions->failures()[0].message, "No fiscal year in balance request");
+  EXPECT_EQ(world.assertions->failures()[0].file, "Account");
+  EXPECT_EQ(world.assertions->failures()[0].line, 95);
+  year(2009);
+  EXPECT_EQ(account(1940)->balance(), Decimal());
+}
+
+TEST_F(AccountTest, ANumberInUseChangesOnlyWithTheUsersConsent) {
+  Account* bank = account(1930);
+  const auto proposed = [&](const Value& number) {
+    EXPECT_TRUE(bank->setValidated("number", number));
+    return bank->number();
+  };
+  EXPECT_EQ(proposed(1931), 1931) << "not in use";
+  row(nullptr, bank, 1);
+  EXPECT_EQ(proposed(dec("1931")), 1931) << "the same number";
+  EXPECT_TRUE(world.dialog->questions().empty());
+
+  EXPECT_EQ(proposed(1940), 1931) << "no is the answer when nobody answers";
+  world.dialog->answerNext(kSecondButton);
+  EXPECT_EQ(proposed(1940), 1940);
+  world.dialog->answerNext(kFirstButton);
+  EXPECT_EQ(proposed(nullptr), 1940);
+  ASSERT_EQ(world.dialog->questions().size(), 3U);
+  const Question& question = world.dialog->questions().front();
+  EXPECT_EQ(question.message, text("Validation_konto_change_no"));
+  EXPECT_EQ(question.informative, text("Validation_konto_change_no_more"));
+  EXPECT_EQ(question.firstButton, text("No"));
+  EXPECT_EQ(question.secondButton, text("Yes"));
+  EXPECT_EQ(question.style, 0);
+
+  Account* opened = account(2010);
+  context().insert<StartingBalance>()->setAccount(opened);
+  EXPECT_TRUE(opened->used());
+  std::optional<std::int64_t> other = 2011;
+  EXPECT_TRUE(opened->validateNumber(other));
+  EXPECT_EQ(other, 2010);
+}
+
+TEST_F(AccountTest, LinksAreClearedAsTheTypeSuggests) {
+  struct Case {
+    AccountType type;
+    bool sales, vat, credit, cost, inputVat;  // which links are cleared
+  };
+  const Case cases[] = {
+      {AccountType::Asset, false, false, true, false, false},
+      {AccountType::DebtAndEquity, false, true, true, false, true},
+      {AccountType::Income, true, false, false, false, false},
+      {AccountType::Cost, false, false, false, true, false},
+      {AccountType::Equity, false, true, true, false, true},
+      {static_cast<AccountType>(9), false, false, false, false, false},
+  };
+  Account* other = account(1);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(static_cast<int>(c.type));
+    Account* of = account(1000, c.type);
+    auto* article = context().insert<Article>();
+    article->setSalesAccount(of);
+    article->setVatAccount(of);
+    auto* untouched = context().insert<Article>();
+    untouched->setSalesAccount(other);
+    untouched->setVatAccount(other);
+    auto* bill = context().insert<SupplierInvoice>();
+    bill->setCreditAccount(of);
+    auto* line = context().insert<SupplierInvoiceLine>();
+    line->setAccount(of);
+    line->setVatAccount(of);
+    of->nullifyLinkedProducts();
+    of->nullifyLinkedSuppliers();
+    EXPECT_EQ(article->salesAccount() == nullptr, c.sales);
+    EXPECT_EQ(article->vatAccount() == nullptr, c.vat);
+    EXPECT_EQ(bill->creditAccount() == nullptr, c.credit);
+    EXPECT_EQ(line->account() == nullptr, c.cost);
+    EXPECT_EQ(line->vatAccount() == nullptr, c.inputVat);
+    EXPECT_EQ(untouched->salesAccount(), other);
+    EXPECT_EQ(untouched->vatAccount(), other);
+  }
+}
+
+TEST_F(AccountTest, ScratchBalancesLiveInMemoryOnly) {
+  Account* bank = account(1930);
+  bank->setCachedBalance1(1.5);
+  bank->setCachedBalance2(-2.5);
+  EXPECT_EQ(bank->cachedBalance1(), 1.5);
+  EXPECT_EQ(bank->valueForKey("cachedBalance2"), Value(-2.5));
+  ASSERT_TRUE(context().save());
+  open();
+  EXPECT_EQ(Account::accountWithNumber(1930, context())->cachedBalance1(), 0);
+}
+
+}  // namespace
+}  // namespace bokfolio::test
