@@ -53,8 +53,9 @@ class BOKFOLIO_EXPORT Decimal {
   constexpr Decimal() noexcept = default;
   // Integers are exact and convert silently; doubles never do.
   template <std::integral Integer>
-  constexpr Decimal(Integer value) noexcept  // NOLINT(google-explicit-constructor)
-      : low_(magnitude(value)), negative_(value < Integer{}) {}
+  requires(sizeof(Integer) <= sizeof(std::int64_t)) constexpr Decimal(
+      Integer value) noexcept  // NOLINT(google-explicit-constructor)
+      : low_(static_cast<std::uint64_t>(value)), high_(value < Integer{} ? -1 : 0) {}
 
   // mantissa * 10^exponent, exact. Zeros move between mantissa and exponent where that is needed to
   // keep both within the limits; a value that still cannot be held throws DecimalError.
@@ -71,17 +72,18 @@ class BOKFOLIO_EXPORT Decimal {
   static std::optional<Decimal> fromDouble(double value);
 
   // The parts as they are held, which need not be the shortest form: 1.00 may be 100 * 10^-2.
-  UInt128 mantissa() const noexcept { return (static_cast<UInt128>(high_) << 64) | low_; }
-  int exponent() const noexcept { return exponent_; }
-  bool isNegative() const noexcept { return negative_; }
-  bool isZero() const noexcept { return (high_ | low_) == 0; }
-  // -1, 0 or 1.
-  int sign() const noexcept { return isZero() ? 0 : (negative_ ? -1 : 1); }
-
-  Decimal negated() const noexcept {
-    return Decimal(low_, high_, exponent_, !negative_ && !isZero());
+  UInt128 mantissa() const noexcept {
+    const Int128 value = signedMantissa();
+    return static_cast<UInt128>(value < 0 ? -value : value);
   }
-  Decimal absolute() const noexcept { return Decimal(low_, high_, exponent_, false); }
+  int exponent() const noexcept { return static_cast<int>(exponent_); }
+  bool isNegative() const noexcept { return high_ < 0; }
+  bool isZero() const noexcept { return (low_ | static_cast<std::uint64_t>(high_)) == 0; }
+  // -1, 0 or 1.
+  int sign() const noexcept { return isNegative() ? -1 : (isZero() ? 0 : 1); }
+
+  Decimal negated() const noexcept { return Decimal(-signedMantissa(), exponent_); }
+  Decimal absolute() const noexcept { return isNegative() ? negated() : *this; }
   // value * 10^power, exact. Throws DecimalError when the result lies out of range.
   Decimal scaledByPowerOf10(int power) const;
   // Rounded to `scale` digits after the decimal point; a negative scale rounds to tens, hundreds...
@@ -103,22 +105,22 @@ class BOKFOLIO_EXPORT Decimal {
   std::size_t toChars(char* out) const noexcept;
 
   friend Decimal operator+(const Decimal& a, const Decimal& b) {
-    if (sameSmallScale(a, b)) return fromSigned(a.signedLow() + b.signedLow(), a.exponent_);
-    return addGeneral(a, b);
+    if (!addsSimply(a, b)) return addGeneral(a, b);
+    return Decimal(a.signedMantissa() + b.signedMantissa(), a.exponent_);
   }
   friend Decimal operator-(const Decimal& a, const Decimal& b) {
-    if (sameSmallScale(a, b)) return fromSigned(a.signedLow() - b.signedLow(), a.exponent_);
-    return addGeneral(a, b.negated());
+    if (!addsSimply(a, b)) return addGeneral(a, b.negated());
+    return Decimal(a.signedMantissa() - b.signedMantissa(), a.exponent_);
   }
   friend Decimal operator*(const Decimal& a, const Decimal& b) {
-    // Two factors below 2^63 have a product below 2^126, hence of at most 38 digits.
-    const int exponent = a.exponent_ + b.exponent_;
-    if ((a.high_ | b.high_ | ((a.low_ | b.low_) >> 63)) != 0 || exponent < -128 || exponent > 127) {
+    const std::int64_t exponent = a.exponent_ + b.exponent_;
+    if (!(a.fitsWord() && b.fitsWord() && exponent >= -128 && exponent <= 127)) {
       return multiplyGeneral(a, b);
     }
-    const UInt128 product = static_cast<UInt128>(a.low_) * b.low_;
-    return Decimal(static_cast<std::uint64_t>(product), static_cast<std::uint64_t>(product >> 64),
-                   exponent, a.negative_ != b.negative_ && product != 0);
+    // At most 2^126, hence of at most 38 digits.
+    return Decimal(
+        static_cast<Int128>(static_cast<std::int64_t>(a.low_)) * static_cast<std::int64_t>(b.low_),
+        exponent);
   }
   friend BOKFOLIO_EXPORT Decimal operator/(const Decimal& a, const Decimal& b);
   Decimal operator-() const noexcept { return negated(); }
@@ -126,39 +128,38 @@ class BOKFOLIO_EXPORT Decimal {
   Decimal& operator-=(const Decimal& other) { return *this = *this - other; }
 
   friend bool operator==(const Decimal& a, const Decimal& b) noexcept {
-    if (a.exponent_ != b.exponent_) return compareGeneral(a, b) == 0;
-    return a.low_ == b.low_ && a.high_ == b.high_ && a.negative_ == b.negative_;
+    if (a.exponent_ == b.exponent_) return a.low_ == b.low_ && a.high_ == b.high_;
+    return std::is_eq(compareGeneral(a, b));
   }
   friend std::strong_ordering operator<=>(const Decimal& a, const Decimal& b) noexcept {
-    if (sameSmallScale(a, b)) return a.signedLow() <=> b.signedLow();
+    if (a.exponent_ == b.exponent_) return a.signedMantissa() <=> b.signedMantissa();
     return compareGeneral(a, b);
   }
+  // Equal for equal values, whatever their parts.
   std::size_t hash() const noexcept;
 
  private:
-  constexpr Decimal(std::uint64_t low, std::uint64_t high, int exponent, bool negative) noexcept
-      : low_(low),
-        high_(high),
-        exponent_(static_cast<std::int16_t>(exponent)),
-        negative_(negative) {}
+  __extension__ typedef __int128 Int128;
 
-  template <std::integral Integer>
-  static constexpr std::uint64_t magnitude(Integer value) noexcept {
-    return value < Integer{} ? ~static_cast<std::uint64_t>(value) + 1
-                             : static_cast<std::uint64_t>(value);
+  // For parts within the limits.
+  Decimal(Int128 mantissa, std::int64_t exponent) noexcept
+      : low_(static_cast<std::uint64_t>(mantissa)),
+        high_(static_cast<std::int64_t>(mantissa >> 64)),
+        exponent_(exponent) {}
+  static Decimal make(UInt128 mantissa, int exponent, bool negative) noexcept {
+    const auto value = static_cast<Int128>(mantissa);
+    return Decimal(negative ? -value : value, exponent);
   }
 
-  // The small values that nearly all amounts are: one exponent, mantissas below 2^62, so that sum
-  // and difference fit a signed word.
-  static bool sameSmallScale(const Decimal& a, const Decimal& b) noexcept {
-    return a.exponent_ == b.exponent_ && (a.high_ | b.high_ | ((a.low_ | b.low_) >> 62)) == 0;
-  }
-  std::int64_t signedLow() const noexcept {
-    const auto value = static_cast<std::int64_t>(low_);
-    return negative_ ? -value : value;
-  }
-  static Decimal fromSigned(std::int64_t value, int exponent) noexcept {
-    return Decimal(magnitude(value), 0, exponent, value < 0);
+  Int128 signedMantissa() const noexcept { return (static_cast<Int128>(high_) << 64) | low_; }
+  bool fitsWord() const noexcept { return high_ == static_cast<std::int64_t>(low_) >> 63; }
+  // One exponent and mantissas below 2^125, so that sum and difference stay below 10^38: what
+  // nearly all amounts are.
+  static bool addsSimply(const Decimal& a, const Decimal& b) noexcept {
+    constexpr std::uint64_t kRange = std::uint64_t{1} << 61;
+    const std::uint64_t sizes = (static_cast<std::uint64_t>(a.high_) + kRange) |
+                                (static_cast<std::uint64_t>(b.high_) + kRange);
+    return ((sizes >> 62) | static_cast<std::uint64_t>(a.exponent_ ^ b.exponent_)) == 0;
   }
 
   static Decimal addGeneral(const Decimal& a, const Decimal& b);
@@ -167,11 +168,11 @@ class BOKFOLIO_EXPORT Decimal {
   // A mantissa of at most 38 digits with any exponent; throws when the value is out of range.
   static Decimal finish(UInt128 mantissa, std::int64_t exponent, bool negative);
 
-  // Invariants: the mantissa is below 10^38, the exponent within its range, zero is not negative.
+  // The signed mantissa in two's complement, of a size below 10^38, and the exponent. All three are
+  // whole words, since a copy that follows short stores would have to wait for them.
   std::uint64_t low_ = 0;
-  std::uint64_t high_ = 0;
-  std::int16_t exponent_ = 0;
-  bool negative_ = false;
+  std::int64_t high_ = 0;
+  std::int64_t exponent_ = 0;
 };
 
 static_assert(sizeof(Decimal) == 24, "records keep decimals inline");

@@ -2,10 +2,12 @@
 // reads goes through the locale first.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
-#include <limits>
 
 #include "bokfolio/platform/decimal.hpp"
 #include "bokfolio/platform/internal/decimal_digits.hpp"
@@ -17,12 +19,41 @@ using namespace internal;
 
 namespace {
 
-// Texts of this length cannot hold more digits than a word.
-constexpr std::size_t kWordDigits = 19;
 // Beyond any exponent that matters, and far from where adding lengths of texts could wrap.
 constexpr std::int64_t kExponentCap = std::int64_t{1} << 60;
 
 bool isDigit(char character) { return static_cast<unsigned char>(character - '0') <= 9; }
+
+// The text that most numbers have: digits that fit a word, perhaps with a point, no exponent. When
+// it is anything else, `complete` is false and nothing is said.
+struct ShortScan {
+  ShortScan(const char* position, const char* end) {
+    if (end - position > kWordDigits) return;
+    if (position != end && (*position == '-' || *position == '+')) negative = *position++ == '-';
+    const char* const begin = position;
+    position = takeDigits(position, end);
+    if (position == end) {
+      complete = position != begin;
+      return;
+    }
+    if (*position != '.' || end - begin == 1) return;
+    const char* const point = position;
+    complete = takeDigits(position + 1, end) == end;
+    scale = static_cast<int>(end - point) - 1;
+  }
+
+  const char* takeDigits(const char* position, const char* end) {
+    for (; position != end && isDigit(*position); ++position) {
+      mantissa = mantissa * 10 + static_cast<unsigned>(*position - '0');
+    }
+    return position;
+  }
+
+  std::uint64_t mantissa = 0;
+  int scale = 0;
+  bool negative = false;
+  bool complete = false;
+};
 
 // A number as read: mantissa * 10^exponent with what the mantissa had no room for.
 struct Scan {
@@ -108,54 +139,92 @@ void roundToMantissa(Scan& number) {
   }
 }
 
-constexpr std::array<char, 200> kDigitPairs = [] {
-  std::array<char, 200> pairs{};
-  for (std::size_t i = 0; i < 100; ++i) {
-    pairs[2 * i] = static_cast<char>('0' + i / 10);
-    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-  }
-  return pairs;
-}();
-
-// Writes the digits so that they end at `end`, and answers where they begin.
-char* writeWordBackward(std::uint64_t value, char* end) {
-  while (value >= 100) {
-    end -= 2;
-    std::memcpy(end, &kDigitPairs[2 * (value % 100)], 2);
-    value /= 100;
-  }
-  if (value >= 10) {
-    end -= 2;
-    std::memcpy(end, &kDigitPairs[2 * value], 2);
-    return end;
-  }
-  if (value != 0) *--end = static_cast<char>('0' + value);
-  return end;
+// The eight digits of a value below 10^8, one a byte and the first in the lowest; halves, pairs and
+// single digits are parted in one go each.
+std::uint64_t digitBytes(std::uint64_t value) {
+  const std::uint64_t halves = (value / 10'000) | ((value % 10'000) << 32);
+  const std::uint64_t hundreds = ((halves * 10'486) >> 20) & 0x7F'0000'007FU;
+  const std::uint64_t pairs = hundreds | ((halves - 100 * hundreds) << 16);
+  const std::uint64_t tens = ((pairs * 103) >> 10) & 0x000F'000F'000F'000FU;
+  return tens | ((pairs - 10 * tens) << 8);
 }
 
-char* writeBackward(UInt128 value, char* end) {
-  while (highWord(value) != 0) {
-    constexpr std::uint64_t kChunk = 10'000'000'000'000'000'000U;  // 19 digits
-    const UInt128 rest = value / kChunk;
-    char* const chunk = end - kWordDigits;
-    char* const begin = writeWordBackward(lowWord(value - rest * kChunk), end);
-    std::fill(chunk, begin, '0');
-    end = chunk;
-    value = rest;
+// The same for sixteen digits.
+UInt128 digitBytes16(std::uint64_t value) {
+  return joinWords(digitBytes(value % 100'000'000), digitBytes(value / 100'000'000));
+}
+
+constexpr UInt128 kZeroBytes = joinWords(0x3030303030303030U, 0x3030303030303030U);
+constexpr int kBlockDigits = 16;
+constexpr std::uint64_t kBlockLimit = wordPowerOf10(kBlockDigits);
+
+void storeBlock(char* out, UInt128 characters) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(out, &characters, sizeof characters);
+  } else {
+    for (int i = 0; i < kBlockDigits; ++i) out[i] = static_cast<char>(characters >> (8 * i));
   }
-  return writeWordBackward(lowWord(value), end);
+}
+
+// value * 10^-scale for 0 < value < 10^16 and 0 <= scale < 16: all digits travel in one register.
+std::size_t writeSmall(std::uint64_t value, int scale, char* out) {
+  const UInt128 digits = digitBytes16(value);
+  const int leadingZeros = lowestBit(digits) / 8;
+  const int trailingZeros = (128 - bitWidth(digits)) / 8;
+  const int length = std::max(kBlockDigits - leadingZeros, scale + 1);
+  const int whole = length - scale;
+  const UInt128 characters = (digits | kZeroBytes) >> (8 * (kBlockDigits - length));
+  storeBlock(out, characters);
+  if (trailingZeros >= scale) return static_cast<std::size_t>(whole);
+  out[whole] = '.';
+  storeBlock(out + whole + 1, characters >> (8 * whole));
+  return static_cast<std::size_t>(length + 1 - trailingZeros);
+}
+
+// Nineteen characters, leading zeros included.
+void writeWord(std::uint64_t value, char* out) {
+  const std::uint64_t top = value / kBlockLimit;
+  out[0] = static_cast<char>('0' + top / 100);
+  out[1] = static_cast<char>('0' + top / 10 % 10);
+  out[2] = static_cast<char>('0' + top % 10);
+  storeBlock(out + 3, digitBytes16(value % kBlockLimit) | kZeroBytes);
+}
+
+// The digits of a mantissa; `digits` and `end` hold them without leading zeros.
+struct MantissaText {
+  explicit MantissaText(UInt128 mantissa) {
+    std::uint64_t low = 0;
+    const std::uint64_t high =
+        divideWords(highWord(mantissa), lowWord(mantissa), wordPowerOf10(kWordDigits), low);
+    writeWord(high, buffer.data());
+    writeWord(low, buffer.data() + kWordDigits);
+    begin = buffer.data() + kMaxDigits - digitCount(mantissa);
+  }
+
+  std::array<char, kMaxDigits> buffer;
+  const char* begin;
+  const char* end = buffer.data() + kMaxDigits;
+};
+
+char* append(char* out, const char* begin, std::ptrdiff_t count) {
+  std::memcpy(out, begin, static_cast<std::size_t>(count));
+  return out + count;
+}
+char* appendZeros(char* out, std::ptrdiff_t count) {
+  std::memset(out, '0', static_cast<std::size_t>(count));
+  return out + count;
 }
 
 }  // namespace
 
 std::optional<Decimal> Decimal::parse(std::string_view text) {
-  Scan number = Scanner(text.data(), text.data() + text.size()).scan();
-  if (!number.hasDigits || number.cut || number.end != text.data() + text.size()) {
-    return std::nullopt;
-  }
+  const char* const end = text.data() + text.size();
+  ShortScan brief(text.data(), end);
+  if (brief.complete) return make(brief.mantissa, -brief.scale, brief.negative);
+  Scan number = Scanner(text.data(), end).scan();
+  if (!number.hasDigits || number.cut || number.end != end) return std::nullopt;
   if (fitExponent(number.mantissa, number.exponent)) return std::nullopt;
-  return Decimal(lowWord(number.mantissa), highWord(number.mantissa),
-                 static_cast<int>(number.exponent), number.negative && number.mantissa != 0);
+  return make(number.mantissa, static_cast<int>(number.exponent), number.negative);
 }
 
 Decimal Decimal::parsePrefix(std::string_view text) {
@@ -165,8 +234,7 @@ Decimal Decimal::parsePrefix(std::string_view text) {
   if (!number.hasDigits) return Decimal();
   roundToMantissa(number);
   if (fitExponent(number.mantissa, number.exponent)) return Decimal();
-  return Decimal(lowWord(number.mantissa), highWord(number.mantissa),
-                 static_cast<int>(number.exponent), number.negative && number.mantissa != 0);
+  return make(number.mantissa, static_cast<int>(number.exponent), number.negative);
 }
 
 std::optional<Decimal> Decimal::fromDouble(double value) {
@@ -182,48 +250,50 @@ double Decimal::toDouble() const {
   constexpr std::array<double, 23> kExactPowers = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-  if (high_ == 0 && low_ <= (std::uint64_t{1} << 53) && exponent_ >= -22 && exponent_ <= 22) {
-    const auto size = static_cast<double>(low_);
-    const double scaled = exponent_ < 0 ? size / kExactPowers[static_cast<std::size_t>(-exponent_)]
-                                        : size * kExactPowers[static_cast<std::size_t>(exponent_)];
-    return negative_ ? -scaled : scaled;
+  const int exponent = this->exponent();
+  const UInt128 size = mantissa();
+  if (size <= (std::uint64_t{1} << 53) && exponent >= -22 && exponent <= 22) {
+    const auto whole = static_cast<double>(lowWord(size));
+    const double scaled = exponent < 0 ? whole / kExactPowers[static_cast<std::size_t>(-exponent)]
+                                       : whole * kExactPowers[static_cast<std::size_t>(exponent)];
+    return isNegative() ? -scaled : scaled;
   }
-  std::array<char, 48> buffer{};
-  char* const digitsEnd = buffer.data() + kMaxDigits + 2;
-  char* begin = writeBackward(mantissa(), digitsEnd);
-  if (negative_) *--begin = '-';
-  *digitsEnd = 'e';
-  const auto end = std::to_chars(digitsEnd + 1, buffer.data() + buffer.size(), int{exponent_}).ptr;
+  const MantissaText digits(size);
+  std::array<char, kMaxDigits + 8> buffer{};
+  char* end = append(buffer.data(), digits.begin, digits.end - digits.begin);
+  *end++ = 'e';
+  end = std::to_chars(end, buffer.data() + buffer.size(), exponent).ptr;
   double result = 0;
-  std::from_chars(begin, end, result);
-  return result;
+  std::from_chars(buffer.data(), end, result);
+  return isNegative() ? -result : result;
 }
 
 std::size_t Decimal::toChars(char* out) const noexcept {
-  char* position = out;
-  if (isZero()) {
-    *position = '0';
-    return 1;
+  *out = isZero() ? '0' : '-';
+  if (isZero()) return 1;
+  const std::size_t signs = isNegative() ? 1 : 0;
+  int scale = -exponent();
+  const UInt128 size = mantissa();
+  if (size < kBlockLimit && scale >= 0 && scale < kBlockDigits) {
+    return signs + writeSmall(lowWord(size), scale, out + signs);
   }
-  if (negative_) *position++ = '-';
-  std::array<char, kMaxDigits + 2> buffer;
-  const char* end = buffer.data() + buffer.size();
-  const char* const begin = writeBackward(mantissa(), buffer.data() + buffer.size());
-  int scale = -exponent_;
+  const MantissaText text(size);
+  const char* end = text.end;
   for (; scale > 0 && end[-1] == '0'; --end) --scale;
-  const auto digits = static_cast<int>(end - begin);
+  const std::ptrdiff_t whole = end - text.begin - scale;
+  char* position = out + signs;
   if (scale <= 0) {
-    position = std::copy(begin, end, position);
-    position = std::fill_n(position, -scale, '0');
-  } else if (digits > scale) {
-    position = std::copy(begin, end - scale, position);
+    position = append(position, text.begin, end - text.begin);
+    position = appendZeros(position, -scale);
+  } else if (whole > 0) {
+    position = append(position, text.begin, whole);
     *position++ = '.';
-    position = std::copy(end - scale, end, position);
+    position = append(position, text.begin + whole, scale);
   } else {
     *position++ = '0';
     *position++ = '.';
-    position = std::fill_n(position, scale - digits, '0');
-    position = std::copy(begin, end, position);
+    position = appendZeros(position, -whole);
+    position = append(position, text.begin, end - text.begin);
   }
   return static_cast<std::size_t>(position - out);
 }

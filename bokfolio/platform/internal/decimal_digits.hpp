@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -13,6 +14,7 @@
 namespace bokfolio::internal {
 
 inline constexpr int kMaxDigits = 38;
+inline constexpr int kWordDigits = 19;  // every number of so many digits fits 64 bits
 inline constexpr int kMinExponent = -128;
 inline constexpr int kMaxExponent = 127;
 
@@ -26,9 +28,19 @@ inline constexpr std::array<UInt128, kMaxDigits + 1> kPowersOf10 = [] {
   return powers;
 }();
 
+inline constexpr std::array<std::uint64_t, 20> kWordPowersOf10 = [] {
+  std::array<std::uint64_t, 20> powers{};
+  for (std::size_t i = 0; i < powers.size(); ++i) powers[i] = lowWord(kPowersOf10[i]);
+  return powers;
+}();
+
 // 10^power for 0..38.
 inline constexpr UInt128 powerOf10(int power) {
   return kPowersOf10[static_cast<std::size_t>(power)];
+}
+// The same for 0..19, as a word.
+inline constexpr std::uint64_t wordPowerOf10(int power) {
+  return kWordPowersOf10[static_cast<std::size_t>(power)];
 }
 inline constexpr UInt128 kMantissaLimit = powerOf10(kMaxDigits);
 
@@ -48,6 +60,10 @@ inline constexpr int digitCount(UInt128 value) {
   const int estimate = digitEstimate(bitWidth(value));
   return estimate + (value >= powerOf10(estimate) ? 1 : 0);
 }
+inline constexpr int wordDigitCount(std::uint64_t value) {
+  const int estimate = digitEstimate(static_cast<int>(std::bit_width(value)));
+  return estimate + (value >= wordPowerOf10(estimate) ? 1 : 0);
+}
 // For values below 10^77.
 inline constexpr int digitCount(const UInt256& value) {
   if (value.high == 0) return digitCount(value.low);
@@ -55,41 +71,57 @@ inline constexpr int digitCount(const UInt256& value) {
   return estimate + (value < timesPowerOf10(1, estimate) ? 0 : 1);
 }
 
-// What divides exactly by 5^power: multiply by the inverse modulo 2^128, and the product is at most
-// `limit` only when there is no remainder. No division is needed.
+// What divides exactly by 5^power: the product with the inverse modulo the word's size is at most
+// `limit` only when there is no remainder, and is the quotient then. No division is needed.
+template <typename Word>
 struct FiveDivisor {
-  UInt128 inverse = 0;
-  UInt128 limit = 0;
+  Word inverse = 0;
+  Word limit = 0;
 };
 
-inline constexpr FiveDivisor fiveDivisor(int power) {
-  UInt128 value = 1;
+template <typename Word>
+inline constexpr FiveDivisor<Word> fiveDivisor(int power) {
+  Word value = 1;
   for (int i = 0; i < power; ++i) value *= 5;
-  UInt128 inverse = value;
+  Word inverse = value;
   for (int i = 0; i < 7; ++i) inverse *= 2 - value * inverse;  // Newton: correct bits double
-  return {inverse, ~static_cast<UInt128>(0) / value};
+  return {inverse, ~static_cast<Word>(0) / value};
 }
 
-template <int kZeros>
-inline void stripZeros(UInt128& mantissa, int& exponent) {
-  constexpr FiveDivisor kDivisor = fiveDivisor(kZeros);
+template <int kZeros, typename Word>
+inline void stripZeros(Word& mantissa, int& exponent) {
+  constexpr FiveDivisor<Word> kDivisor = fiveDivisor<Word>(kZeros);
   constexpr std::uint64_t kMask = (std::uint64_t{1} << kZeros) - 1;
-  if ((lowWord(mantissa) & kMask) != 0 || exponent > kMaxExponent - kZeros) return;
-  const UInt128 quotient = mantissa * kDivisor.inverse;
-  if (quotient > kDivisor.limit) return;
+  if ((static_cast<std::uint64_t>(mantissa) & kMask) != 0) return;
+  const Word quotient = mantissa * kDivisor.inverse;
+  if (quotient > kDivisor.limit || exponent > kMaxExponent - kZeros) return;
   mantissa = quotient >> kZeros;
   exponent += kZeros;
 }
 
 // Moves trailing zeros of a nonzero mantissa into the exponent, as far as kMaxExponent.
-inline void stripTrailingZeros(UInt128& mantissa, int& exponent) {
-  if ((lowWord(mantissa) & 1) != 0) return;
-  stripZeros<32>(mantissa, exponent);
+inline void stripTrailingZeros(std::uint64_t& mantissa, int& exponent) {
+  if ((mantissa & 1) != 0) return;
   stripZeros<16>(mantissa, exponent);
   stripZeros<8>(mantissa, exponent);
   stripZeros<4>(mantissa, exponent);
   stripZeros<2>(mantissa, exponent);
   stripZeros<1>(mantissa, exponent);
+}
+inline void stripTrailingZeros(UInt128& mantissa, int& exponent) {
+  if ((lowWord(mantissa) & 1) != 0) return;
+  if (highWord(mantissa) != 0) {
+    stripZeros<32>(mantissa, exponent);
+    stripZeros<16>(mantissa, exponent);
+    stripZeros<8>(mantissa, exponent);
+    stripZeros<4>(mantissa, exponent);
+    stripZeros<2>(mantissa, exponent);
+    stripZeros<1>(mantissa, exponent);
+    return;
+  }
+  std::uint64_t word = lowWord(mantissa);
+  stripTrailingZeros(word, exponent);
+  mantissa = word;
 }
 
 // Brings the exponent of a mantissa of at most 38 digits into its range by moving zeros. Answers

@@ -21,6 +21,11 @@ inline constexpr int bitWidth(UInt128 value) {
   return highWord(value) != 0 ? 64 + static_cast<int>(std::bit_width(highWord(value)))
                               : static_cast<int>(std::bit_width(lowWord(value)));
 }
+// Position of the lowest set bit; 128 for 0.
+inline constexpr int lowestBit(UInt128 value) {
+  return lowWord(value) != 0 ? std::countr_zero(lowWord(value))
+                             : 64 + std::countr_zero(highWord(value));
+}
 
 struct UInt256 {
   UInt128 high = 0;
