@@ -81,30 +81,48 @@ class Scanner {
       readDigits(true);
       if (!result_.hasDigits) position_ = point;
     }
+    joinDigits();
     if (result_.hasDigits) readExponent();
     result_.end = position_;
     return result_;
   }
 
  private:
+  // Digits gather in a word, since 128-bit multiplication for each would be slow.
   void readDigits(bool fraction) {
+    const char* const start = position_;
+    std::uint64_t word = word_;
+    int count = count_;
     for (; position_ != end_ && isDigit(*position_); ++position_) {
-      result_.hasDigits = true;
-      take(static_cast<unsigned>(*position_ - '0'));
-      if (fraction) --result_.exponent;
+      const auto digit = static_cast<unsigned>(*position_ - '0');
+      if (count == kMaxDigits) {
+        drop(digit);
+        continue;
+      }
+      word = word * 10 + digit;
+      if ((word | static_cast<unsigned>(count)) != 0) ++count;
+      if (count == kWordDigits) {
+        result_.mantissa = word;
+        word = 0;
+      }
     }
+    word_ = word;
+    count_ = count;
+    if (position_ != start) result_.hasDigits = true;
+    if (fraction) result_.exponent -= position_ - start;
   }
 
-  void take(unsigned digit) {
-    if (count_ < kMaxDigits) {
-      result_.mantissa = result_.mantissa * 10 + digit;
-      if (result_.mantissa != 0) ++count_;
-      return;
-    }
+  void drop(unsigned digit) {
     if (!dropped_) result_.roundUp = digit >= 5;
     dropped_ = true;
     result_.cut = result_.cut || digit != 0;
     ++result_.exponent;
+  }
+
+  void joinDigits() {
+    if (count_ < kWordDigits) result_.mantissa = word_;
+    if (count_ <= kWordDigits) return;
+    result_.mantissa = result_.mantissa * wordPowerOf10(count_ - kWordDigits) + word_;
   }
 
   // "E" counts only with a digit behind it; otherwise the number ended before.
@@ -126,7 +144,8 @@ class Scanner {
   const char* position_;
   const char* end_;
   Scan result_;
-  int count_ = 0;
+  std::uint64_t word_ = 0;
+  int count_ = 0;  // digits taken from the first other than zero on
   bool dropped_ = false;
 };
 
@@ -141,7 +160,7 @@ void roundToMantissa(Scan& number) {
 
 // The eight digits of a value below 10^8, one a byte and the first in the lowest; halves, pairs and
 // single digits are parted in one go each.
-std::uint64_t digitBytes(std::uint64_t value) {
+inline std::uint64_t digitBytes(std::uint64_t value) {
   const std::uint64_t halves = (value / 10'000) | ((value % 10'000) << 32);
   const std::uint64_t hundreds = ((halves * 10'486) >> 20) & 0x7F'0000'007FU;
   const std::uint64_t pairs = hundreds | ((halves - 100 * hundreds) << 16);
@@ -149,16 +168,11 @@ std::uint64_t digitBytes(std::uint64_t value) {
   return tens | ((pairs - 10 * tens) << 8);
 }
 
-// The same for sixteen digits.
-UInt128 digitBytes16(std::uint64_t value) {
-  return joinWords(digitBytes(value % 100'000'000), digitBytes(value / 100'000'000));
-}
-
-constexpr UInt128 kZeroBytes = joinWords(0x3030303030303030U, 0x3030303030303030U);
-constexpr int kBlockDigits = 16;
+constexpr std::uint64_t kZeroBytes = 0x3030'3030'3030'3030U;
+constexpr int kBlockDigits = 8;
 constexpr std::uint64_t kBlockLimit = wordPowerOf10(kBlockDigits);
 
-void storeBlock(char* out, UInt128 characters) {
+inline void storeBlock(char* out, std::uint64_t characters) {
   if constexpr (std::endian::native == std::endian::little) {
     std::memcpy(out, &characters, sizeof characters);
   } else {
@@ -166,14 +180,14 @@ void storeBlock(char* out, UInt128 characters) {
   }
 }
 
-// value * 10^-scale for 0 < value < 10^16 and 0 <= scale < 16: all digits travel in one register.
-std::size_t writeSmall(std::uint64_t value, int scale, char* out) {
-  const UInt128 digits = digitBytes16(value);
-  const int leadingZeros = lowestBit(digits) / 8;
-  const int trailingZeros = (128 - bitWidth(digits)) / 8;
+// value * 10^-scale for 0 < value < 10^8 and 0 <= scale < 8: all digits travel in one register.
+inline std::size_t writeBlock(std::uint64_t value, int scale, char* out) {
+  const std::uint64_t digits = digitBytes(value);
+  const int leadingZeros = std::countr_zero(digits) / 8;
+  const int trailingZeros = std::countl_zero(digits) / 8;
   const int length = std::max(kBlockDigits - leadingZeros, scale + 1);
   const int whole = length - scale;
-  const UInt128 characters = (digits | kZeroBytes) >> (8 * (kBlockDigits - length));
+  const std::uint64_t characters = (digits | kZeroBytes) >> (8 * (kBlockDigits - length));
   storeBlock(out, characters);
   if (trailingZeros >= scale) return static_cast<std::size_t>(whole);
   out[whole] = '.';
@@ -183,20 +197,23 @@ std::size_t writeSmall(std::uint64_t value, int scale, char* out) {
 
 // Nineteen characters, leading zeros included.
 void writeWord(std::uint64_t value, char* out) {
-  const std::uint64_t top = value / kBlockLimit;
+  const std::uint64_t upper = value / kBlockLimit;
+  const std::uint64_t top = upper / kBlockLimit;
   out[0] = static_cast<char>('0' + top / 100);
   out[1] = static_cast<char>('0' + top / 10 % 10);
   out[2] = static_cast<char>('0' + top % 10);
-  storeBlock(out + 3, digitBytes16(value % kBlockLimit) | kZeroBytes);
+  storeBlock(out + 3, digitBytes(upper % kBlockLimit) | kZeroBytes);
+  storeBlock(out + 11, digitBytes(value % kBlockLimit) | kZeroBytes);
 }
 
 // The digits of a mantissa; `digits` and `end` hold them without leading zeros.
 struct MantissaText {
   explicit MantissaText(UInt128 mantissa) {
-    std::uint64_t low = 0;
-    const std::uint64_t high =
-        divideWords(highWord(mantissa), lowWord(mantissa), wordPowerOf10(kWordDigits), low);
-    writeWord(high, buffer.data());
+    std::uint64_t low = lowWord(mantissa);
+    if (mantissa >= wordPowerOf10(kWordDigits)) {
+      writeWord(divideWords(highWord(mantissa), low, wordPowerOf10(kWordDigits), low),
+                buffer.data());
+    }
     writeWord(low, buffer.data() + kWordDigits);
     begin = buffer.data() + kMaxDigits - digitCount(mantissa);
   }
@@ -275,7 +292,7 @@ std::size_t Decimal::toChars(char* out) const noexcept {
   int scale = -exponent();
   const UInt128 size = mantissa();
   if (size < kBlockLimit && scale >= 0 && scale < kBlockDigits) {
-    return signs + writeSmall(lowWord(size), scale, out + signs);
+    return signs + writeBlock(lowWord(size), scale, out + signs);
   }
   const MantissaText text(size);
   const char* end = text.end;
