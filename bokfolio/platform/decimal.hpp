@@ -28,6 +28,10 @@ namespace bokfolio {
 
 __extension__ typedef unsigned __int128 UInt128;
 
+// Integers of up to 64 bits: wider ones need not fit a Decimal.
+template <typename Type>
+concept WordInteger = std::integral<Type> && sizeof(Type) <= sizeof(std::int64_t);
+
 class BOKFOLIO_EXPORT DecimalError : public std::runtime_error {
  public:
   enum class Kind { Overflow, Underflow, DivisionByZero };
@@ -52,9 +56,8 @@ class BOKFOLIO_EXPORT Decimal {
 
   constexpr Decimal() noexcept = default;
   // Integers are exact and convert silently; doubles never do.
-  template <std::integral Integer>
-  requires(sizeof(Integer) <= sizeof(std::int64_t)) constexpr Decimal(
-      Integer value) noexcept  // NOLINT(google-explicit-constructor)
+  template <WordInteger Integer>
+  constexpr Decimal(Integer value) noexcept  // NOLINT(google-explicit-constructor)
       : low_(static_cast<std::uint64_t>(value)), high_(value < Integer{} ? -1 : 0) {}
 
   // mantissa * 10^exponent, exact. Zeros move between mantissa and exponent where that is needed to

@@ -145,7 +145,7 @@ std::string encode(const Decimal& value) {
   const Decimal shortest = value.normalized();
   if (shortest.isZero()) return shortest.isNegative() ? "-." : ".";
   return (shortest.isNegative() ? "-" : "") + base64(shortest.mantissa(), 1) +
-         base64(static_cast<UInt128>(shortest.exponent() + 128), 2);
+         base64(static_cast<unsigned>(shortest.exponent() + 128), 2);
 }
 
 std::string compare(const Decimal& a, const Decimal& b) {

@@ -230,8 +230,7 @@ TEST(Decimal, ReadsWholeTexts) {
                              std::string("1\0", 2),
                              "12345678901234567890123456789012345678.9",
                              "1e-99999999999999999999",
-                             "\xC2\xA0"
-                             "1"};
+                             "\u00A01"};
   for (const std::string& text : bad) EXPECT_FALSE(Decimal::parse(text)) << text;
 }
 
