@@ -17,6 +17,12 @@ const std::string kNines(38, '9');
 constexpr auto kMaxInteger = std::numeric_limits<std::int64_t>::max();
 constexpr auto kMinInteger = std::numeric_limits<std::int64_t>::min();
 
+std::string zeros(std::string_view before, std::size_t count, std::string_view after = "") {
+  std::string text(before);
+  text.append(count, '0').append(after);
+  return text;
+}
+
 Decimal dec(std::string_view text) {
   const auto value = Decimal::parse(text);
   if (!value) ADD_FAILURE() << "not a decimal: " << text;
@@ -71,11 +77,12 @@ std::string plainText(const Decimal& value) {
   if (value.exponent() < 0) {
     const auto scale = static_cast<std::size_t>(-value.exponent());
     if (text.size() <= scale) text.insert(0, scale + 1 - text.size(), '0');
-    text.insert(text.size() - scale, ".");
+    text.insert(text.size() - scale, 1, '.');
     text.erase(text.find_last_not_of('0') + 1);
     if (text.back() == '.') text.pop_back();
   }
-  return value.isNegative() ? "-" + text : text;
+  if (value.isNegative()) text.insert(0, 1, '-');
+  return text;
 }
 
 TEST(Decimal, RoundsToAScaleByEachRule) {
@@ -138,11 +145,11 @@ TEST(Decimal, KeepsItsLimits) {
       {kNines, '-', kNines, "0"},
       {kNines, '+', "-0.1e1", std::string(37, '9') + "8"},
       // More than 38 digits are rounded once, half away from zero.
-      {kNines, '+', "0.5", "1" + std::string(38, '0')},
+      {kNines, '+', "0.5", zeros("1", 38)},
       {kNines, '+', "0.49999999999999999999999999999999999999", kNines},
-      {"-" + kNines, '-', "0.5", "-1" + std::string(38, '0')},
-      {kNines, '+', kNines, "2" + std::string(38, '0')},
-      {"1e38", '-', "1e-60", "1" + std::string(38, '0')},
+      {"-" + kNines, '-', "0.5", zeros("-1", 38)},
+      {kNines, '+', kNines, zeros("2", 38)},
+      {"1e38", '-', "1e-60", zeros("1", 38)},
       {"10000000000000000000000000000000000005e1", '-', "1e-100",
        "100000000000000000000000000000000000050"},
       {"20000000000000000000000000000000000001", '/', "2",
@@ -150,11 +157,11 @@ TEST(Decimal, KeepsItsLimits) {
       {"2", '/', "3", "0." + std::string(37, '6') + "7"},
       {"-1", '/', "8", "-0.125"},
       // Zeros move between mantissa and exponent before anything is out of range.
-      {"1e127", '*', "1e37", "1" + std::string(164, '0')},
+      {"1e127", '*', "1e37", zeros("1", 164)},
       {"1e127", '*', "1e38", "overflow"},
       {kNines + "e127", '+', "5e126", "overflow"},
-      {kNines + "e127", '+', "4e126", kNines + std::string(127, '0')},
-      {"300e-127", '*', "0.01", "0." + std::string(126, '0') + "3"},
+      {kNines + "e127", '+', "4e126", zeros(kNines, 127)},
+      {"300e-127", '*', "0.01", zeros("0.", 126, "3")},
       {"1e-100", '*', "1e-29", "underflow"},
       {"1e-100", '/', "3", "underflow"},
       {"1e-128", '-', "1e-128", "0"},
@@ -177,8 +184,7 @@ TEST(Decimal, KeepsItsLimits) {
   EXPECT_EQ(parts(10, std::numeric_limits<int>::min()), "underflow");
   EXPECT_EQ(parts(0, std::numeric_limits<int>::min()), "0");
   EXPECT_FALSE(Decimal::fromParts(0, 0, true).isNegative());
-  EXPECT_EQ(outcome([] { return dec("1.5").scaledByPowerOf10(-127); }),
-            "0." + std::string(126, '0') + "15");
+  EXPECT_EQ(outcome([] { return dec("1.5").scaledByPowerOf10(-127); }), zeros("0.", 126, "15"));
   EXPECT_EQ(outcome([] { return dec("1.5").scaledByPowerOf10(-128); }), "underflow");
   EXPECT_EQ(outcome([] { return dec("7").scaledByPowerOf10(kMaxInteger >> 32); }), "overflow");
 }
@@ -198,9 +204,9 @@ TEST(Decimal, ReadsWholeTexts) {
       {"12345678901234567890", "12345678901234567890"},
       {"0.12345678901234567890123456789012345678", "0.12345678901234567890123456789012345678"},
       {"1234567890123456789.0123456789012345678000", "1234567890123456789.0123456789012345678"},
-      {"1" + std::string(40, '0') + ".000", "10000000000000000000000000000000000000000"},
+      {zeros("1", 40, ".000"), "10000000000000000000000000000000000000000"},
       {"0e99999999999999999999", "0"},
-      {std::string(5000, '0') + "3" + std::string(5000, '0') + "e-5000", "3"},
+      {zeros(zeros("", 5000, "3"), 5000, "e-5000"), "3"},
   };
   for (const auto& [text, printed] : good) EXPECT_EQ(dec(text).toString(), printed) << text;
   const std::string bad[] = {"",
@@ -226,7 +232,7 @@ TEST(Decimal, ReadsWholeTexts) {
                              "--1",
                              "1e99999",
                              kNines + "9",
-                             "1." + std::string(40, '0') + "1",
+                             zeros("1.", 40, "1"),
                              std::string("1\0", 2),
                              "12345678901234567890123456789012345678.9",
                              "1e-99999999999999999999",
