@@ -1,7 +1,6 @@
-// Errors of the readers of foreign files: their domain, their codes and the details they carry. A
-// foreign file is never half accepted: when one of these is answered, nothing of it was taken. What
-// a reader could do without is not an error; it is counted and listed in what the reader answers.
-#pragma once
+// Errors of the readers and importers of foreign files: their domain, their codes and the details
+// they carry. A foreign file is never half accepted: when one of these is answered, nothing of it
+// was taken. What could be done without is not an error; it is counted and listed in the answer.
 
 #include <string_view>
 
@@ -44,6 +43,10 @@ enum class InterchangeErrorCode : int {
   ChecksumMissing = 13,
   // Two records state the same thing differently.
   ConflictingRecords = 14,
+  // A year of the file overlaps a fiscal year of the document that has other bounds.
+  ConflictingYear = 15,
+  // The document's engine could not read what the import has to know.
+  UnreadableDocument = 16,
 };
 
 }  // namespace bokfolio
