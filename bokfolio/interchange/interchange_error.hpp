@@ -1,6 +1,7 @@
 // Errors of the readers and importers of foreign files: their domain, their codes and the details
 // they carry. A foreign file is never half accepted: when one of these is answered, nothing of it
 // was taken. What could be done without is not an error; it is counted and listed in the answer.
+#pragma once
 
 #include <string_view>
 
