@@ -118,13 +118,9 @@ IndexEntry Index::entryOf(Record& record) const {
 void Index::build(const std::vector<Record*>& records) {
   std::vector<IndexEntry> entries;
   entries.reserve(records.size());
-  for (Record* record : records) {
-    entries.push_back(entryOf(*record));
-    RecordAccess::detachedIndexes(*record) &= static_cast<std::uint16_t>(~bit());
-  }
+  for (Record* record : records) entries.push_back(entryOf(*record));
   std::sort(entries.begin(), entries.end(), ByIndexOrder{});
   entries_.assignSorted(entries);
-  waiting_.clear();
   built_ = true;
 }
 
