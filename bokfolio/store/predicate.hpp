@@ -4,13 +4,20 @@
 //   Predicate("tag == %@ AND entry.date < %@", {tag, date})
 //   Predicate("%K = %@", {"vatAccount", account})
 //
-// Conditions: == = != < <= > >=, LIKE[c] ('*' any run, '?' one character, any case) and LIKE,
-// joined by AND && OR || NOT ! and parentheses. Operands: a key, a dotted path across to-one
-// relationships, `relationship.@count`, nil NULL TRUE FALSE, numbers, quoted texts, %@ (a value),
-// %d (an integer), %K (a key). Words are read in any case.
+// Conditions: == = != <> < <= =< > >= =>, LIKE and LIKE[c], joined by AND && OR || NOT ! and
+// parentheses; TRUE or FALSE may stand alone. Operands: a key, a dotted path across to-one
+// relationships, `relationship.@count`, SELF (the record), nil NULL TRUE YES FALSE NO, numbers,
+// quoted texts, instants (2009-03-31T22:00:00Z), %@ (a value), %d (an integer), %K (a key or path).
+// Words are read in any case; '#' before a key that is also a word says that the key is meant.
+// Quotes are ' or " and \ makes the next character stand for itself, but for \n \t \r.
 //
-// nil equals only nil; <, <=, >, >= with nil are false; AND, OR and NOT know only true and false. A
-// format text is parsed once and kept; arguments are values and never become part of the text.
+// In the text right of LIKE, '*' stands for any run of characters, '?' for one, and \ makes the
+// next stand for itself (in a quoted text it is written twice). [c] means in any case, as Unicode
+// folds it. Only texts are like a text.
+//
+// nil equals only nil; <, <=, >, >= with nil are false; a path reads as nil where a relationship on
+// it is nil; AND, OR and NOT know only true and false. A format text is parsed once and kept;
+// arguments are values and never become part of the text.
 #pragma once
 
 #include <initializer_list>
