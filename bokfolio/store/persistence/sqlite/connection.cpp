@@ -1,0 +1,192 @@
+#include "bokfolio/store/persistence/sqlite/internal/connection.hpp"
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+namespace bokfolio::internal {
+
+namespace {
+
+bool isDenied(int systemError) {
+  return systemError == EACCES || systemError == EPERM || systemError == EROFS;
+}
+
+// A quota and a limit on file sizes are full disks to the user.
+bool isFull(int systemError) {
+  return systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG;
+}
+
+PersistenceError meaning(int code, int systemError) {
+  switch (code & 0xFF) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return PersistenceError::InUse;
+    case SQLITE_FULL:
+      return PersistenceError::Full;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+      return PersistenceError::ReadOnly;
+    case SQLITE_NOTADB:
+      return PersistenceError::NotADocument;
+    case SQLITE_CORRUPT:
+      return PersistenceError::Damaged;
+    case SQLITE_CONSTRAINT:
+    case SQLITE_MISMATCH:
+    case SQLITE_TOOBIG:
+      return PersistenceError::Refused;
+    case SQLITE_IOERR:
+      if (isFull(systemError)) return PersistenceError::Full;
+      return PersistenceError::Failed;
+    case SQLITE_CANTOPEN:
+      if (isDenied(systemError)) return PersistenceError::ReadOnly;
+      if (isFull(systemError)) return PersistenceError::Full;
+      return PersistenceError::Failed;
+    default:
+      return PersistenceError::Failed;
+  }
+}
+
+// While a save ends, SQLite's own note of the error is often that of a later call.
+int systemErrorOf(sqlite3* database, int code) {
+  int last = 0;
+  if ((code & 0xFF) == SQLITE_IOERR) {
+    sqlite3_file_control(database, "main", SQLITE_FCNTL_LAST_ERRNO, &last);
+  }
+  return isFull(last) ? last : sqlite3_system_errno(database);
+}
+
+std::string sentence(PersistenceError meaning, int code, std::string_view words) {
+  const std::string said(words);
+  switch (meaning) {
+    case PersistenceError::InUse:
+      return "is being used by another program.";
+    case PersistenceError::Full:
+      return "cannot grow: the disk is full.";
+    case PersistenceError::ReadOnly:
+      if (code == SQLITE_READONLY_ROLLBACK || code == SQLITE_READONLY_RECOVERY) {
+        return "was left in the middle of a save; open it for writing once to heal it.";
+      }
+      return "or its folder cannot be written.";
+    case PersistenceError::NotADocument:
+      return "is not a document of this program.";
+    case PersistenceError::Damaged:
+      return "is damaged (" + said + ").";
+    case PersistenceError::Refused:
+      return "does not accept these changes (" + said + ").";
+    default:
+      return "could not be read or written (" + said + ").";
+  }
+}
+
+Failure sqliteFailure(const std::string& path, int code, int systemError, std::string_view words) {
+  if ((code & 0xFF) == SQLITE_NOMEM) throw std::bad_alloc();
+  const PersistenceError meant = meaning(code, systemError);
+  return {meant, "\"" + path + "\" " + sentence(meant, code, words)};
+}
+
+[[noreturn]] void failSqlite(sqlite3* database, const std::string& path, int code) {
+  throw sqliteFailure(path, code, systemErrorOf(database, code), sqlite3_errmsg(database));
+}
+
+}  // namespace
+
+Statement::Statement(sqlite3* database, const std::string& path, std::string_view sql)
+    : path_(&path) {
+  sqlite3_stmt* statement = nullptr;
+  const int code = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+  handle_.reset(statement);
+  if (code != SQLITE_OK) failSqlite(database, path, code);
+}
+
+void Statement::fail(int code) const { failSqlite(sqlite3_db_handle(get()), *path_, code); }
+
+void Statement::bindText(int position, std::string_view text) {
+  check(sqlite3_bind_text64(get(), position, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+void Statement::bindBlob(int position, std::string_view bytes) {
+  check(sqlite3_bind_blob64(get(), position, bytes.data(), bytes.size(), SQLITE_STATIC));
+}
+
+bool Statement::step() {
+  const int code = sqlite3_step(get());
+  if (code == SQLITE_ROW) return true;
+  if (code != SQLITE_DONE) fail(code);
+  return false;
+}
+
+void Statement::run() {
+  struct Ready {
+    Statement& statement;
+    ~Ready() { statement.reset(); }
+  } ready{*this};
+  while (step()) {
+  }
+}
+
+std::string_view Statement::text(int column) const {
+  const auto* characters = reinterpret_cast<const char*>(sqlite3_column_text(get(), column));
+  if (characters == nullptr) {
+    if (sqlite3_errcode(sqlite3_db_handle(get())) == SQLITE_NOMEM) throw std::bad_alloc();
+    return "";
+  }
+  return {characters, static_cast<std::size_t>(sqlite3_column_bytes(get(), column))};
+}
+
+std::string_view Statement::blob(int column) const {
+  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(get(), column));
+  if (bytes == nullptr) return "";  // an empty blob, too
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(get(), column))};
+}
+
+Connection::Connection(std::string path, Access access, int patienceMilliseconds)
+    : path_(std::move(path)) {
+  const int flags = (access == Access::ReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
+                    SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+  sqlite3* database = nullptr;
+  const int code = sqlite3_open_v2(path_.c_str(), &database, flags, nullptr);
+  handle_.reset(database);
+  if (database == nullptr) throw std::bad_alloc();
+  if (code != SQLITE_OK) failSqlite(database, path_, code);
+  // Silently gives a reader's handle where the file cannot be written.
+  if (access == Access::ReadWrite && sqlite3_db_readonly(database, "main") == 1) {
+    failSqlite(database, path_, SQLITE_READONLY);
+  }
+  sqlite3_busy_timeout(database, patienceMilliseconds);
+  harden();
+}
+
+void Connection::harden() {
+  for (const auto& [option, value] :
+       {std::pair{SQLITE_DBCONFIG_DEFENSIVE, 1}, std::pair{SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+        std::pair{SQLITE_DBCONFIG_ENABLE_TRIGGER, 0}, std::pair{SQLITE_DBCONFIG_ENABLE_VIEW, 0},
+        std::pair{SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
+        std::pair{SQLITE_DBCONFIG_ENABLE_FKEY, 1}}) {
+    int set = -1;
+    sqlite3_db_config(handle_.get(), option, value, &set);
+    if (set != value) throw Failure{PersistenceError::Failed, "SQLite cannot be made safe here."};
+  }
+  execute("PRAGMA cell_size_check=ON");
+  execute("PRAGMA temp_store=MEMORY");
+  // Also syncs the folder after a save: without it, a power cut may bring the last save's journal
+  // back and with it the state before.
+  execute("PRAGMA synchronous=EXTRA");
+}
+
+std::int64_t Connection::integer(std::string_view sql) {
+  Statement statement = prepare(sql);
+  return statement.step() ? statement.integer(0) : 0;
+}
+
+Transaction::~Transaction() {
+  // A full disk or an input/output error has already ended the transaction.
+  if (!connection_.inTransaction()) return;
+  try {
+    connection_.execute("ROLLBACK");
+  } catch (...) {  // NOLINT(bugprone-empty-catch): the journal heals the file at the next opening
+  }
+}
+
+}  // namespace bokfolio::internal

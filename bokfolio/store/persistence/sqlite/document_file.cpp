@@ -1,0 +1,224 @@
+#include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <system_error>
+#include <vector>
+
+#include "bokfolio/store/persistence/internal/failure.hpp"
+
+namespace bokfolio::internal {
+
+namespace {
+
+struct Stays {
+  int engines = 0;
+  std::vector<int> parked;
+};
+
+struct StayTable {
+  std::mutex mutex;
+  std::map<FileIdentity, Stays> files;
+};
+
+StayTable& stayTable() {
+  static StayTable table;
+  return table;
+}
+
+[[noreturn]] void fail(PersistenceError code, const std::string& path, const std::string& rest) {
+  throw Failure{code, "\"" + path + "\" " + rest};
+}
+
+std::string wordsFor(int systemError) { return std::generic_category().message(systemError); }
+
+[[noreturn]] void failSystem(const std::string& path, int systemError) {
+  switch (systemError) {
+    case ENOENT:
+    case ENOTDIR:
+      fail(PersistenceError::NotFound, path, "does not exist.");
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      fail(PersistenceError::ReadOnly, path, "or its folder cannot be written.");
+    case EEXIST:
+      fail(PersistenceError::AlreadyExists, path, "exists already.");
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      fail(PersistenceError::Full, path, "cannot be written: the disk is full.");
+    default:
+      fail(PersistenceError::Failed, path, "cannot be opened (" + wordsFor(systemError) + ").");
+  }
+}
+
+std::string folderOf(const std::string& path) {
+  const auto slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string resolved(const std::string& path) {
+  char* absolute = ::realpath(path.c_str(), nullptr);
+  if (absolute == nullptr) {
+    if (errno == EACCES) fail(PersistenceError::Failed, path, "may not be read by this user.");
+    failSystem(path, errno);
+  }
+  std::string result(absolute);
+  std::free(absolute);
+  return result;
+}
+
+// A descriptor of the regular file there; -1 is never answered.
+int openDocument(const std::string& path, bool forWriting) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) failSystem(path, errno);
+  if (!S_ISREG(status.st_mode)) fail(PersistenceError::NotADocument, path, "is not a file.");
+  if (forWriting && ::eaccess(folderOf(path).c_str(), W_OK | X_OK) != 0) failSystem(path, errno);
+  const int descriptor = ::open(path.c_str(), (forWriting ? O_RDWR : O_RDONLY) | O_CLOEXEC);
+  if (descriptor < 0 && errno == EACCES && ::eaccess(path.c_str(), R_OK) != 0) {
+    fail(PersistenceError::Failed, path, "may not be read by this user.");
+  }
+  if (descriptor < 0) failSystem(path, errno);
+  return descriptor;
+}
+
+FileIdentity identityOf(int descriptor) {
+  struct stat status {};
+  ::fstat(descriptor, &status);
+  return {status.st_dev, status.st_ino};
+}
+
+bool flush(const std::string& path, int flags) {
+  const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
+  if (descriptor < 0) return false;
+  const bool flushed = ::fsync(descriptor) == 0;
+  const int systemError = errno;
+  ::close(descriptor);
+  errno = systemError;
+  return flushed;
+}
+
+// Some file systems know only one of the two ways.
+bool moveWithoutReplacing(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  if (::link(from.c_str(), to.c_str()) != 0) return false;
+  ::unlink(from.c_str());
+  return true;
+}
+
+}  // namespace
+
+FileStay::FileStay(FileIdentity file) : file_(file) {
+  StayTable& table = stayTable();
+  const std::lock_guard guard(table.mutex);
+  ++table.files[file].engines;
+}
+
+FileStay::~FileStay() {
+  StayTable& table = stayTable();
+  const std::lock_guard guard(table.mutex);
+  const auto found = table.files.find(file_);
+  if (--found->second.engines > 0) return;
+  for (const int descriptor : found->second.parked) ::close(descriptor);
+  table.files.erase(found);
+}
+
+void FileStay::park(int descriptor) noexcept {
+  StayTable& table = stayTable();
+  const std::lock_guard guard(table.mutex);
+  try {
+    table.files[file_].parked.push_back(descriptor);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a leaked descriptor harms less than a lost lock
+  }
+}
+
+DocumentFile::DocumentFile(const std::string& path, bool forWriting)
+    : path_(resolved(path)),
+      descriptor_(openDocument(path_, forWriting)),
+      stay_(identityOf(descriptor_)) {
+  if (!forWriting) return;
+  try {
+    lock();
+  } catch (const Failure&) {
+    stay_.park(descriptor_);
+    throw;
+  }
+}
+
+void DocumentFile::lock() {
+  if (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) {
+      fail(PersistenceError::InUse, path_, "is open for writing elsewhere.");
+    }
+    fail(PersistenceError::Failed, path_, "cannot be locked (" + wordsFor(errno) + ").");
+  }
+  checkInPlace();
+}
+
+DocumentFile::~DocumentFile() {
+  ::flock(descriptor_, LOCK_UN);
+  stay_.park(descriptor_);
+}
+
+void DocumentFile::checkInPlace() const {
+  struct stat status {};
+  if (::stat(path_.c_str(), &status) != 0) {
+    fail(PersistenceError::NotFound, path_, "was moved or deleted while it was open.");
+  }
+  if (FileIdentity{status.st_dev, status.st_ino} != stay_.file()) {
+    fail(PersistenceError::Stale, path_, "was replaced by another file while it was open.");
+  }
+}
+
+NewFile::NewFile(std::string path) : path_(std::move(path)) {
+  if (path_.empty()) fail(PersistenceError::NotFound, path_, "is no path.");
+  if (fileExists(path_)) failSystem(path_, EEXIST);
+  const std::string base = folderOf(path_) + "/.bokfolio-new-" + std::to_string(::getpid()) + "-";
+  for (int attempt = 0;; ++attempt) {
+    temporary_ = base + std::to_string(attempt);
+    const int descriptor = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC,
+                                  S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
+    if (descriptor >= 0) {
+      ::close(descriptor);
+      return;
+    }
+    if (errno == ENOENT) fail(PersistenceError::NotFound, folderOf(path_), "does not exist.");
+    if (errno != EEXIST) failSystem(path_, errno);
+  }
+}
+
+NewFile::~NewFile() {
+  if (temporary_.empty()) return;
+  ::unlink(temporary_.c_str());
+  ::unlink((temporary_ + "-journal").c_str());
+}
+
+void NewFile::publish() {
+  if (!flush(temporary_, O_RDWR)) failSystem(path_, errno);
+  if (!moveWithoutReplacing(temporary_, path_)) failSystem(path_, errno);
+  temporary_.clear();
+  // Not every file system can flush a folder, and not every folder can be read.
+  if (!flush(folderOf(path_), O_RDONLY | O_DIRECTORY) && errno == EIO) failSystem(path_, errno);
+}
+
+bool fileExists(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+std::int64_t fileSize(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? status.st_size : 0;
+}
+
+}  // namespace bokfolio::internal

@@ -1,0 +1,248 @@
+#include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+
+#include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+
+namespace bokfolio::internal {
+
+namespace {
+
+struct PresentColumn {
+  std::string name;
+  std::string type;
+};
+
+// As SQLite compares names.
+bool sameName(const std::string& a, const std::string& b) {
+  return sqlite3_stricmp(a.c_str(), b.c_str()) == 0;
+}
+
+std::vector<PresentColumn> columnsOf(Connection& connection, const std::string& table) {
+  Statement statement = connection.prepare("SELECT name, type FROM pragma_table_info(?1)");
+  statement.bindText(1, table);
+  std::vector<PresentColumn> columns;
+  while (statement.step()) {
+    columns.push_back({std::string(statement.text(0)), std::string(statement.text(1))});
+  }
+  return columns;
+}
+
+const PresentColumn* findColumn(const std::vector<PresentColumn>& columns,
+                                const std::string& name) {
+  for (const PresentColumn& column : columns)
+    if (sameName(column.name, name)) return &column;
+  return nullptr;
+}
+
+// Whether the table has the column, of the right type.
+bool has(Connection& connection, const std::vector<PresentColumn>& present, const SqlTable& table,
+         const SqlColumn& column) {
+  const PresentColumn* found = findColumn(present, column.name);
+  if (found == nullptr) return false;
+  const std::string wanted(sqliteDialect().type(column.kind));
+  if (sameName(found->type, wanted)) return true;
+  throw Failure{PersistenceError::Refused, "\"" + connection.path() + "\" holds " + table.name +
+                                               "." + column.name + " as " + found->type +
+                                               ", the model wants " + wanted + "."};
+}
+
+// nullopt: there is no such table.
+std::optional<std::vector<PresentColumn>> present(Connection& connection, const SqlTable& table) {
+  auto columns = columnsOf(connection, table.name);
+  if (columns.empty()) return std::nullopt;
+  if (findColumn(columns, "id") == nullptr || findColumn(columns, "version") == nullptr) {
+    throw Failure{PersistenceError::Damaged, "\"" + connection.path() +
+                                                 "\" is damaged (the table " + table.name +
+                                                 " is not one of a document)."};
+  }
+  return columns;
+}
+
+void indexReferences(Connection& connection, const SqlTable& table) {
+  for (const SqlColumn& column : table.columns) {
+    if (column.kind == PropertyKind::ToOne) connection.execute(createIndex(table, column));
+  }
+}
+
+void addTable(Connection& connection, const SqlTable& table) {
+  connection.execute(createTable(sqliteDialect(), table));
+  indexReferences(connection, table);
+  Statement counter = connection.prepare(
+      "INSERT INTO bokfolio_entity(name, next_id) VALUES(?1, 1) ON CONFLICT(name) DO NOTHING");
+  counter.bindText(1, table.name);
+  counter.run();
+}
+
+// SQLite takes a last page that is cut short as if zeros followed.
+void checkLength(Connection& connection) {
+  if (connection.integer("SELECT count(*) FROM pragma_journal_mode WHERE journal_mode = 'wal'") !=
+      0)
+    return;  // then the end may lie in another file
+  const std::int64_t length =
+      connection.integer("PRAGMA page_count") * connection.integer("PRAGMA page_size");
+  if (fileSize(connection.path()) >= length) return;
+  throw Failure{PersistenceError::Damaged, "\"" + connection.path() + "\" is damaged (cut short)."};
+}
+
+void setUserVersion(Connection& connection, std::int64_t version) {
+  connection.execute("PRAGMA user_version=" + std::to_string(version));
+}
+
+std::string dated(const Clock& clock) {
+  using std::chrono::floor;
+  const std::chrono::sys_time<std::chrono::microseconds> now{
+      std::chrono::microseconds(clock.now().microseconds())};
+  const std::chrono::year_month_day day(floor<std::chrono::days>(now));
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(day.year()),
+                static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
+  return text;
+}
+
+void copyBeforeMigration(Connection& connection, std::int64_t version, const Clock& clock) {
+  const std::string base = connection.path() + ".v" + std::to_string(version) + "-" + dated(clock);
+  std::string path = base + ".bak";
+  for (int number = 2; fileExists(path); ++number) {
+    path = base + "-" + std::to_string(number) + ".bak";
+  }
+  copyDocument(connection, path);
+}
+
+void applyMigrations(Connection& connection, const DocumentFormat& format, std::int64_t version) {
+  Transaction transaction(connection);
+  for (; version < format.version; ++version) {
+    const auto step =
+        std::find_if(format.migrations.begin(), format.migrations.end(),
+                     [&](const Migration& migration) { return migration.from == version; });
+    if (step == format.migrations.end()) {
+      throw Failure{PersistenceError::NotADocument,
+                    "\"" + connection.path() + "\" has a format that was never in use."};
+    }
+    step->apply(connection);
+  }
+  if (connection.integer("SELECT count(*) FROM pragma_foreign_key_check") != 0) {
+    throw Failure{PersistenceError::Damaged,
+                  "\"" + connection.path() + "\" could not be converted: references are broken."};
+  }
+  setUserVersion(connection, format.version);
+  transaction.commit();
+}
+
+}  // namespace
+
+const DocumentFormat& DocumentFormat::current() {
+  static const DocumentFormat format{1, {}};
+  return format;
+}
+
+const SqlDialect& sqliteDialect() {
+  static const SqlDialect dialect{{"INTEGER", "REAL", "TEXT", "TEXT", "INTEGER", "BLOB", "INTEGER"},
+                                  "INTEGER PRIMARY KEY",
+                                  "INTEGER NOT NULL",
+                                  " STRICT",
+                                  '?'};
+  return dialect;
+}
+
+void createDocument(Connection& connection, const DocumentFormat& format,
+                    const std::vector<SqlTable>& tables, const std::string& applicationVersion) {
+  Transaction transaction(connection);
+  connection.execute("PRAGMA application_id=" + std::to_string(kApplicationId));
+  setUserVersion(connection, format.version);
+  connection.execute(
+      "CREATE TABLE bokfolio_document(name TEXT PRIMARY KEY NOT NULL, value TEXT NOT NULL) STRICT");
+  connection.execute(
+      "CREATE TABLE bokfolio_entity(name TEXT PRIMARY KEY NOT NULL, next_id INTEGER NOT NULL) "
+      "STRICT");
+  Statement note =
+      connection.prepare("INSERT INTO bokfolio_document(name, value) VALUES('created_by', ?1)");
+  note.bindText(1, applicationVersion);
+  note.run();
+  for (const SqlTable& table : tables) addTable(connection, table);
+  transaction.commit();
+}
+
+std::int64_t checkFormat(Connection& connection, const DocumentFormat& format) {
+  const Transaction reading(connection, Transaction::Kind::Reading);
+  if (connection.integer("PRAGMA application_id") != kApplicationId) {
+    throw Failure{PersistenceError::NotADocument,
+                  "\"" + connection.path() + "\" is not a document of this program."};
+  }
+  const std::int64_t version = connection.integer("PRAGMA user_version");
+  if (version > format.version) {
+    throw Failure{PersistenceError::NewerFormat, "\"" + connection.path() +
+                                                     "\" was written by a later version of this "
+                                                     "program (format " +
+                                                     std::to_string(version) + ")."};
+  }
+  if (version < 1) {
+    throw Failure{PersistenceError::NotADocument,
+                  "\"" + connection.path() + "\" has a format that was never in use."};
+  }
+  checkLength(connection);
+  return version;
+}
+
+void migrate(Connection& connection, const DocumentFormat& format, const Clock& clock) {
+  const std::int64_t version = connection.integer("PRAGMA user_version");
+  copyBeforeMigration(connection, version, clock);
+  // Tables that are rebuilt would be seen as missing targets; the check comes at the end.
+  connection.execute("PRAGMA foreign_keys=OFF");
+  applyMigrations(connection, format, version);
+  connection.execute("PRAGMA foreign_keys=ON");
+}
+
+void fitTables(Connection& connection, const std::vector<SqlTable>& tables) {
+  std::optional<Transaction> transaction;  // only a file that lacks something is written to
+  const auto begin = [&] {
+    if (!transaction) transaction.emplace(connection);
+  };
+  for (const SqlTable& table : tables) {
+    const auto columns = present(connection, table);
+    if (!columns) {
+      begin();
+      addTable(connection, table);
+      continue;
+    }
+    for (const SqlColumn& column : table.columns) {
+      if (has(connection, *columns, table, column)) continue;
+      begin();
+      connection.execute(addColumn(sqliteDialect(), table, column));
+      if (column.kind == PropertyKind::ToOne) connection.execute(createIndex(table, column));
+    }
+  }
+  if (transaction) transaction->commit();
+}
+
+std::vector<SqlTable> presentTables(Connection& connection, const std::vector<SqlTable>& tables) {
+  std::vector<SqlTable> result;
+  for (const SqlTable& table : tables) {
+    SqlTable& kept = result.emplace_back();
+    const auto columns = present(connection, table);
+    if (!columns) continue;  // an empty name: nothing to read
+    kept.name = table.name;
+    for (const SqlColumn& column : table.columns) {
+      if (has(connection, *columns, table, column)) kept.columns.push_back(column);
+    }
+  }
+  return result;
+}
+
+void copyDocument(Connection& connection, const std::string& path) {
+  NewFile file(path);
+  try {
+    Statement copy = connection.prepare("VACUUM INTO ?1");
+    copy.bindText(1, file.temporaryPath());
+    copy.run();
+  } catch (Failure& failure) {
+    failure.sentence = "The copy \"" + path + "\" could not be made: " + failure.sentence;
+    throw;
+  }
+  file.publish();
+}
+
+}  // namespace bokfolio::internal

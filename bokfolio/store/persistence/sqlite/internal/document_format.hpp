@@ -1,0 +1,49 @@
+// DocumentFormat: what makes a SQLite file a document, which versions of it there are, and how a
+// file is fitted to a model. docs/file-format.md says the same in words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "bokfolio/platform/clock.hpp"
+#include "bokfolio/store/persistence/internal/sql/statements.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/connection.hpp"
+
+namespace bokfolio::internal {
+
+inline constexpr std::int64_t kApplicationId = 0x424B464F;  // "BKFO"
+
+// Turns a file of one version into one of the next, inside a transaction; references are checked
+// afterwards. It must not begin or end a transaction.
+struct Migration {
+  std::int64_t from;
+  void (*apply)(Connection& connection);
+};
+
+struct DocumentFormat {
+  std::int64_t version;
+  std::vector<Migration> migrations;
+
+  static const DocumentFormat& current();
+};
+
+const SqlDialect& sqliteDialect();
+
+// Makes an empty file a document without records.
+void createDocument(Connection& connection, const DocumentFormat& format,
+                    const std::vector<SqlTable>& tables, const std::string& applicationVersion);
+// Throws NotADocument or NewerFormat; answers the version.
+std::int64_t checkFormat(Connection& connection, const DocumentFormat& format);
+// Brings a document of an older version up to the format, after copying it to
+// "<path>.v1-<date>.bak".
+void migrate(Connection& connection, const DocumentFormat& format, const Clock& clock);
+// Adds the tables and columns that the file lacks, in one transaction. Throws Refused when a column
+// holds another kind.
+void fitTables(Connection& connection, const std::vector<SqlTable>& tables);
+// Of each table what the file has of it: for reading without writing.
+std::vector<SqlTable> presentTables(Connection& connection, const std::vector<SqlTable>& tables);
+// A compact copy of the saved state, complete or not at all.
+void copyDocument(Connection& connection, const std::string& path);
+
+}  // namespace bokfolio::internal

@@ -1,0 +1,182 @@
+#include "bokfolio/store/persistence/sqlite/sqlite_persistence.hpp"
+
+#include <optional>
+#include <utility>
+
+#include "bokfolio/store/persistence/internal/failure.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/record_reader.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/record_writer.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/sqlite_engine.hpp"
+
+namespace bokfolio {
+
+namespace {
+
+using internal::answering;
+using internal::Connection;
+using internal::Failure;
+using internal::SqlTable;
+
+class SqlitePersistence final : public Persistence {
+ public:
+  SqlitePersistence(SqliteOptions options, internal::DocumentFormat format)
+      : options_(std::move(options)), format_(std::move(format)) {}
+
+  bool open(const Schema& schema, ErrorOut error) override {
+    return answering(error, [&] {
+      close();
+      try {
+        openDocument(schema);
+      } catch (...) {
+        close();
+        throw;
+      }
+    });
+  }
+  bool load(const Entity& entity, RecordSink& sink, ErrorOut error) override {
+    return answering(error, [&] {
+      Connection& connection = opened();
+      const internal::Transaction reading(connection, internal::Transaction::Kind::Reading);
+      checkUnchanged();
+      const SqlTable& table = tables_[entity.ordinal()];
+      if (!table.name.empty()) internal::readRecords(connection, table, sink);
+    });
+  }
+  bool nextId(const Entity& entity, RecordId& id, ErrorOut error) override {
+    return answering(error, [&] {
+      Connection& connection = opened();
+      const SqlTable& table = tables_[entity.ordinal()];
+      id = table.name.empty() ? 1 : internal::readNextId(connection, table);
+    });
+  }
+  bool commit(const ChangeSet& changes, ErrorOut error) override {
+    return answering(error, [&] {
+      opened();
+      if (!writer_) {
+        throw Failure{PersistenceError::ReadOnly,
+                      "\"" + file_->path() + "\" was opened for reading only."};
+      }
+      if (changes.empty()) return;
+      file_->checkInPlace();
+      rolledBack_ = true;
+      writer_->write(changes);
+      rolledBack_ = false;
+    });
+  }
+  bool backup(const std::string& path, ErrorOut error) override {
+    return answering(error, [&] { internal::copyDocument(opened(), path); });
+  }
+  bool verify(ErrorOut error) override {
+    return answering(error, [&] { internal::verifyDocument(opened(), tables_); });
+  }
+
+ private:
+  void openDocument(const Schema& schema);
+  void create();
+  void connect();
+  void close();
+  void checkUnchanged();
+  Connection& opened() {
+    if (!connection_) {
+      throw Failure{PersistenceError::Failed, "\"" + options_.path + "\" is not open."};
+    }
+    return *connection_;
+  }
+
+  SqliteOptions options_;
+  internal::DocumentFormat format_;
+  std::vector<SqlTable> tables_;  // by entity ordinal; without a name: not in the file
+  // In this order: each needs those above it.
+  std::optional<internal::DocumentFile> file_;
+  std::optional<Connection> connection_;
+  std::optional<internal::RecordWriter> writer_;
+  std::int64_t dataVersion_ = 0;  // changes when another connection has written...
+  bool rolledBack_ = false;       // ...and sometimes when a save of this one failed
+};
+
+void SqlitePersistence::openDocument(const Schema& schema) {
+  const auto zero = options_.path.find('\0');
+  if (zero != std::string::npos) {
+    throw Failure{PersistenceError::NotFound,
+                  "\"" + options_.path.substr(0, zero) + "\" is followed by a zero byte: no path."};
+  }
+  for (const Entity& entity : schema.entities()) tables_.push_back(internal::sqlTable(entity));
+  internal::checkNames(tables_);
+  if (options_.mode == OpenMode::Create) {
+    create();
+    options_.mode = OpenMode::ReadWrite;  // from now on it is there
+  }
+  connect();
+}
+
+void SqlitePersistence::create() {
+  internal::NewFile file(options_.path);
+  {
+    Connection connection(file.temporaryPath(), Connection::Access::ReadWrite,
+                          options_.patienceMilliseconds);
+    internal::createDocument(connection, format_, tables_, options_.applicationVersion);
+  }
+  file.publish();
+}
+
+// Entities are loaded one by one: those read before another program's save and those read after it
+// would not go together.
+void SqlitePersistence::checkUnchanged() {
+  const std::int64_t found = connection_->integer("PRAGMA data_version");
+  if (rolledBack_) dataVersion_ = found;
+  rolledBack_ = false;
+  if (found == dataVersion_) return;
+  throw Failure{PersistenceError::Stale,
+                "\"" + file_->path() + "\" was saved by another program; open it again."};
+}
+
+void SqlitePersistence::connect() {
+  const bool forWriting = options_.mode != OpenMode::ReadOnly;
+  file_.emplace(options_.path, forWriting);
+  connection_.emplace(file_->path(),
+                      forWriting ? Connection::Access::ReadWrite : Connection::Access::ReadOnly,
+                      options_.patienceMilliseconds);
+  const bool older = internal::checkFormat(*connection_, format_) < format_.version;
+  if (!forWriting) {
+    if (older) {
+      throw Failure{
+          PersistenceError::ReadOnly,
+          "\"" + file_->path() + "\" has an older format; open it for writing once to convert it."};
+    }
+    const internal::Transaction reading(*connection_, internal::Transaction::Kind::Reading);
+    tables_ = internal::presentTables(*connection_, tables_);
+    dataVersion_ = connection_->integer("PRAGMA data_version");
+    return;
+  }
+  // One file between saves, whatever another program made of it.
+  connection_->execute("PRAGMA journal_mode=DELETE");
+  if (older) {
+    const SystemClock system;
+    const Clock& clock = options_.clock ? *options_.clock : system;
+    internal::migrate(*connection_, format_, clock);
+  }
+  internal::fitTables(*connection_, tables_);
+  writer_.emplace(*connection_, tables_);
+  dataVersion_ = connection_->integer("PRAGMA data_version");
+}
+
+void SqlitePersistence::close() {
+  writer_.reset();
+  connection_.reset();
+  file_.reset();
+  tables_.clear();
+}
+
+}  // namespace
+
+std::unique_ptr<Persistence> internal::makeSqliteEngine(SqliteOptions options,
+                                                        DocumentFormat format) {
+  return std::make_unique<SqlitePersistence>(std::move(options), std::move(format));
+}
+
+std::unique_ptr<Persistence> makeSqlitePersistence(SqliteOptions options) {
+  return internal::makeSqliteEngine(std::move(options), internal::DocumentFormat::current());
+}
+
+}  // namespace bokfolio
