@@ -1,6 +1,7 @@
-// The errors that platform services report: pictures that cannot be read, files that cannot be
-// written. They have a domain of their own, so that they never mix with the rules of bookkeeping.
-// Their descriptions are plain English; a host that wants another language goes by the code.
+// The errors that platform services report: pictures and XML that cannot be read, files that cannot
+// be written, downloads that fail. They have a domain of their own, so that they never mix with the
+// rules of bookkeeping. Their descriptions are plain English; a host that wants another language
+// goes by the code.
 #pragma once
 
 #include <string>
@@ -19,6 +20,16 @@ enum class PlatformErrorCode {
   ImageUndecodable = 3,   // neither PDF nor a bitmap that decodes completely
   ImageNotConverted = 4,  // no bitmap to convert to TIFF, or the conversion failed
   FileNotWritten = 5,     // preferences could not be saved
+  XmlTooLarge = 6,        // more bytes, levels or nodes than the limits allow
+  XmlMalformed = 7,       // not well-formed, or in an encoding that is not read
+  HttpRefused = 8,       // the address is none, or its scheme is not allowed; also after a redirect
+  HttpUnreachable = 9,   // no such host, or nobody there takes the connection
+  HttpNotTrusted = 10,   // the server's certificate cannot be verified
+  HttpTimedOut = 11,     // not finished in time
+  HttpTooLarge = 12,     // the answer is longer than the caller takes
+  HttpStatus = 13,       // the server answered with another status than 200
+  HttpRedirects = 14,    // redirected more often than allowed
+  HttpInterrupted = 15,  // the transfer began and broke
 };
 
 // Fills `error` when the caller wants one. Answers false, so that a failing operation can return
