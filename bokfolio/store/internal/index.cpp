@@ -93,6 +93,10 @@ std::optional<IndexCode> codeOf(const Property& property, const Value& value) {
   return std::nullopt;
 }
 
+bool hasExactCodes(const Property& property) {
+  return property.kind() == PropertyKind::Integer || property.kind() == PropertyKind::Date;
+}
+
 Index::Span Index::find(CodeRange first, CodeRange second) const {
   if (first.low > first.high || second.low > second.high)
     return {entries_.begin(), entries_.begin()};

@@ -34,6 +34,9 @@ inline constexpr IndexCode kHighestCode = ~static_cast<IndexCode>(0);
 IndexCode codeOf(const Property& property, const SlotView& slots);
 std::optional<IndexCode> codeOf(const Property& property, const Value& value);
 
+// Whether equal codes mean equal values, but for the two lowest integers.
+bool hasExactCodes(const Property& property);
+
 struct IndexEntry {
   IndexCode first;
   IndexCode second;

@@ -119,15 +119,21 @@ class QueryRun {
 };
 
 // Walks an index group by group of equal codes, in the direction asked for, and stops after the
-// group that fills the limit. Gives up when that takes longer than looking at the cheapest
-// candidates.
+// group that fills the limit, or within it where the group is in its final order already. Gives up
+// when that takes longer than looking at the cheapest candidates.
 class OrderedWalk {
  public:
+  // `tied`: records with equal codes are equal in the order asked for, so that their ids decide.
   OrderedWalk(const internal::OrderedSource& source, QueryRun& run, std::size_t limit,
-              double patience)
-      : source_(source), run_(run), limit_(limit), patience_(patience) {}
+              double patience, bool tied)
+      : source_(source),
+        run_(run),
+        limit_(limit),
+        patience_(patience),
+        groupsAreInOrder_(tied &&
+                          (source.bySecond || source.index->layout().properties.size() == 1)) {}
 
-  // Every match up to the end of the last group; nullopt when it gave up.
+  // Every match up to where it stopped; nullopt when it gave up.
   std::optional<std::vector<Record*>> matches() {
     const auto& entries = source_.index->entries();
     auto from = source_.span.from;
@@ -141,6 +147,7 @@ class OrderedWalk {
         if (--patience_ < 0) return std::nullopt;
         Record* record = entries[at].record;
         if (run_.accepts(*record)) found_.push_back(record);
+        if (groupsAreInOrder_ && found_.size() == limit_) return std::move(found_);
         at = entries.next(at);
       }
       (source_.ascending ? from : to) = source_.ascending ? at : begin;
@@ -180,6 +187,7 @@ class OrderedWalk {
   QueryRun& run_;
   std::size_t limit_;
   double patience_;
+  bool groupsAreInOrder_;
   std::vector<Record*> found_;
 };
 
@@ -198,7 +206,8 @@ std::optional<std::vector<Record*>> QueryRun::walkInOrder() {
   const auto source = plan.ordered(key.last(), first.ascending());
   if (!source) return {};
   const double other = plan.cheapest().estimate;
-  auto found = OrderedWalk(*source, *this, *query_.limit, other + kPatience).matches();
+  const bool tied = query_.order.size() == 1 && internal::hasExactCodes(key.last());
+  auto found = OrderedWalk(*source, *this, *query_.limit, other + kPatience, tied).matches();
   if (!found) return {};
   return inOrder(std::move(*found));
 }

@@ -29,9 +29,10 @@ struct StayTable {
   std::map<FileIdentity, Stays> files;
 };
 
+// Never destroyed: a host may keep a document open in a static object that outlives this one.
 StayTable& stayTable() {
-  static StayTable table;
-  return table;
+  static auto* table = new StayTable;
+  return *table;
 }
 
 [[noreturn]] void fail(PersistenceError code, const std::string& path, const std::string& rest) {
