@@ -48,13 +48,9 @@ Rounded addFarApart(UInt128 upper, UInt128 lower, int distance, std::int64_t exp
   const int scaling = std::min(distance, 2 * kMaxDigits - digitCount(upper));
   const int cut = distance - scaling;
   const UInt256 scaled = timesPowerOf10(upper, scaling);
-  UInt128 kept = 0;
-  bool inexact = true;
-  if (cut < kMaxDigits) {
-    const UInt128 unit = powerOf10(cut);
-    kept = lower / unit;
-    inexact = kept * unit != lower;
-  }
+  const UInt128 unit = powerOf10(std::min(cut, kMaxDigits));
+  const UInt128 kept = lower / unit;
+  const bool inexact = kept * unit != lower;
   if (!subtracting) return roundToLimit(add(scaled, kept), exponent + cut);
   return roundToLimit(subtract(scaled, kept + (inexact ? 1U : 0U)), exponent + cut);
 }
@@ -152,9 +148,9 @@ Decimal Decimal::addGeneral(const Decimal& a, const Decimal& b) {
   const Decimal& upper = ordered ? a : b;
   const Decimal& lower = ordered ? b : a;
   const int distance = upper.exponent() - lower.exponent();
-  if (upper.fitsWord() && lower.fitsWord() && distance < kWordDigits) {
+  if (upper.fitsWord() && lower.fitsWord() && distance <= kWordDigits) {
     const Int128 scaled = upper.signedMantissa() * wordPowerOf10(distance);
-    return Decimal(scaled + lower.signedMantissa(), lower.exponent_);  // below 2^63 * 10^18 + 2^63
+    return Decimal(scaled + lower.signedMantissa(), lower.exponent_);  // below 10^38
   }
   if (lower.isZero()) return upper;
   if (upper.isZero()) return lower;
@@ -195,7 +191,7 @@ Decimal operator/(const Decimal& a, const Decimal& b) {
 std::strong_ordering Decimal::compareGeneral(const Decimal& a, const Decimal& b) noexcept {
   const int distance = a.exponent() - b.exponent();
   if (distance < 0) return reversed(compareGeneral(b, a));
-  if (a.fitsWord() && b.fitsWord() && distance < kWordDigits) {
+  if (a.fitsWord() && b.fitsWord() && distance <= kWordDigits) {
     return a.signedMantissa() * wordPowerOf10(distance) <=> b.signedMantissa();
   }
   if (a.isZero() || a.sign() != b.sign()) return a.sign() <=> b.sign();

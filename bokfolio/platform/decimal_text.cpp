@@ -77,9 +77,8 @@ class Scanner {
     }
     readDigits(false);
     if (position_ != end_ && *position_ == '.') {
-      const char* const point = position_++;
+      ++position_;
       readDigits(true);
-      if (!result_.hasDigits) position_ = point;
     }
     joinDigits();
     if (result_.hasDigits) readExponent();
@@ -120,9 +119,8 @@ class Scanner {
   }
 
   void joinDigits() {
-    if (count_ < kWordDigits) result_.mantissa = word_;
-    if (count_ <= kWordDigits) return;
-    result_.mantissa = result_.mantissa * wordPowerOf10(count_ - kWordDigits) + word_;
+    const int further = std::max(0, count_ - kWordDigits);
+    result_.mantissa = result_.mantissa * wordPowerOf10(further) + word_;
   }
 
   // "E" counts only with a digit behind it; otherwise the number ended before.
