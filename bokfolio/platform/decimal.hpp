@@ -26,12 +26,14 @@
 
 namespace bokfolio {
 
+// The compiler's own; wide enough for every mantissa.
 __extension__ typedef unsigned __int128 UInt128;
 
 // Integers of up to 64 bits: wider ones need not fit a Decimal.
 template <typename Type>
 concept WordInteger = std::integral<Type> && sizeof(Type) <= sizeof(std::int64_t);
 
+// Thrown where a result is no Decimal; the operands are untouched.
 class BOKFOLIO_EXPORT DecimalError : public std::runtime_error {
  public:
   enum class Kind { Overflow, Underflow, DivisionByZero };
@@ -85,6 +87,7 @@ class BOKFOLIO_EXPORT Decimal {
   // -1, 0 or 1.
   int sign() const noexcept { return isNegative() ? -1 : (isZero() ? 0 : 1); }
 
+  // The value times -1; zero stays zero.
   Decimal negated() const noexcept { return Decimal(-signedMantissa(), exponent_); }
   Decimal absolute() const noexcept { return isNegative() ? negated() : *this; }
   // value * 10^power, exact. Throws DecimalError when the result lies out of range.
@@ -107,6 +110,10 @@ class BOKFOLIO_EXPORT Decimal {
   // kMaxTextLength characters; those after the text may be overwritten.
   std::size_t toChars(char* out) const noexcept;
 
+  // All four are exact where the result fits and otherwise rounded as the limits above say; they
+  // throw DecimalError. The result's exponent is not normalised: sums keep the smaller one,
+  // products add them. On one-word mantissas (and equal exponents, for sums) they cost a few
+  // instructions and are therefore inline; division and wide mantissas cost tens of nanoseconds.
   friend Decimal operator+(const Decimal& a, const Decimal& b) {
     if (!addsSimply(a, b)) return addGeneral(a, b);
     return Decimal(a.signedMantissa() + b.signedMantissa(), a.exponent_);
@@ -138,7 +145,7 @@ class BOKFOLIO_EXPORT Decimal {
     if (a.exponent_ == b.exponent_) return a.signedMantissa() <=> b.signedMantissa();
     return compareGeneral(a, b);
   }
-  // Equal for equal values, whatever their parts.
+  // Equal for equal values, whatever their parts. The same in every process.
   std::size_t hash() const noexcept;
 
  private:

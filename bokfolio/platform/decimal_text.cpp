@@ -230,6 +230,33 @@ char* appendZeros(char* out, std::ptrdiff_t count) {
   return out + count;
 }
 
+// Apart from the quick path, which would otherwise pay for its registers.
+[[gnu::noinline]] std::size_t writeAny(UInt128 mantissa, int scale, char* out) {
+  if (mantissa == 0) {
+    *out = '0';
+    return 1;
+  }
+  const MantissaText text(mantissa);
+  const char* end = text.end;
+  for (; scale > 0 && end[-1] == '0'; --end) --scale;
+  const std::ptrdiff_t whole = end - text.begin - scale;
+  char* position = out;
+  if (scale <= 0) {
+    position = append(position, text.begin, end - text.begin);
+    position = appendZeros(position, -scale);
+  } else if (whole > 0) {
+    position = append(position, text.begin, whole);
+    *position++ = '.';
+    position = append(position, text.begin + whole, scale);
+  } else {
+    *position++ = '0';
+    *position++ = '.';
+    position = appendZeros(position, -whole);
+    position = append(position, text.begin, end - text.begin);
+  }
+  return static_cast<std::size_t>(position - out);
+}
+
 }  // namespace
 
 std::optional<Decimal> Decimal::parse(std::string_view text) {
@@ -284,33 +311,14 @@ double Decimal::toDouble() const {
 }
 
 std::size_t Decimal::toChars(char* out) const noexcept {
-  *out = isZero() ? '0' : '-';
-  if (isZero()) return 1;
+  *out = '-';
   const std::size_t signs = isNegative() ? 1 : 0;
-  int scale = -exponent();
   const UInt128 size = mantissa();
-  if (size < kBlockLimit && scale >= 0 && scale < kBlockDigits) {
+  const int scale = -exponent();
+  if (size - 1 < kBlockLimit - 1 && scale >= 0 && scale < kBlockDigits) {
     return signs + writeBlock(lowWord(size), scale, out + signs);
   }
-  const MantissaText text(size);
-  const char* end = text.end;
-  for (; scale > 0 && end[-1] == '0'; --end) --scale;
-  const std::ptrdiff_t whole = end - text.begin - scale;
-  char* position = out + signs;
-  if (scale <= 0) {
-    position = append(position, text.begin, end - text.begin);
-    position = appendZeros(position, -scale);
-  } else if (whole > 0) {
-    position = append(position, text.begin, whole);
-    *position++ = '.';
-    position = append(position, text.begin + whole, scale);
-  } else {
-    *position++ = '0';
-    *position++ = '.';
-    position = appendZeros(position, -whole);
-    position = append(position, text.begin, end - text.begin);
-  }
-  return static_cast<std::size_t>(position - out);
+  return signs + writeAny(size, scale, out + signs);
 }
 
 std::string Decimal::toString() const {

@@ -1,3 +1,5 @@
+// Decimal's promises as tables (each rounding rule, each limit, texts, conversions), and properties
+// over random values. Arithmetic at large is compared in decimal_oracle_test.cpp.
 #include "bokfolio/platform/decimal.hpp"
 
 #include <gtest/gtest.h>
