@@ -1,6 +1,6 @@
-// Decimal arithmetic beyond the quick paths of the header, which meet amounts of one scale. Whatever
-// is wider goes through 128-bit and, where even that is too small, 256-bit integers, and is rounded
-// in one place, so that nothing is rounded twice.
+// Decimal arithmetic beyond the quick paths of the header, which meet amounts of one scale.
+// Whatever is wider goes through 128-bit and, where even that is too small, 256-bit integers, and
+// is rounded in one place, so that nothing is rounded twice.
 #include "bokfolio/platform/decimal.hpp"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The integers beneath Decimal at the words where carries and estimates of quotients go wrong, which
-// decimals alone reach too rarely.
+// The integers beneath Decimal at the words where carries and estimates of quotients go wrong,
+// which decimals alone reach too rarely.
 #include "bokfolio/platform/internal/wide_integer.hpp"
 
 #include <gtest/gtest.h>
