@@ -2,49 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include "bokfolio/interchange/sie/sie_reader.hpp"
+#include "tests/interchange/sie/known_files.hpp"
 
-namespace bokfolio {
+namespace bokfolio::test {
 namespace {
-
-const std::filesystem::path kFolder = std::filesystem::path(BOKFOLIO_SHARED_DATA) / "sie";
-
-using Expected = std::map<std::string, std::string>;
-
-std::vector<std::string> columns(const std::string& line) {
-  std::vector<std::string> result;
-  std::istringstream in(line);
-  for (std::string field; std::getline(in, field, ',');) result.push_back(field);
-  return result;
-}
-
-std::vector<Expected> readExpected() {
-  std::ifstream in(kFolder / "EXPECTED.csv");
-  std::string line;
-  std::getline(in, line);
-  const auto names = columns(line);
-  std::vector<Expected> result;
-  while (std::getline(in, line)) {
-    const auto values = columns(line);
-    Expected& row = result.emplace_back();
-    for (std::size_t i = 0; i < names.size(); ++i)
-      row[names[i]] = i < values.size() ? values[i] : "";
-  }
-  return result;
-}
-
-std::string contents(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 Decimal yearSum(const std::vector<SieBalance>& balances) {
   Decimal sum;
@@ -73,7 +39,7 @@ std::size_t accountsThatDiffer(const SieFile& file) {
       left.begin(), left.end(), [](const auto& each) { return !each.second.isZero(); }));
 }
 
-Expected summary(const SieFile& file) {
+KnownFile summary(const SieFile& file) {
   std::set<std::string_view> series;
   std::map<std::string, std::size_t> n{
       {"unbalanced_vouchers", 0}, {"vouchers_without_number", 0}, {"rows", 0}, {"added_rows", 0},
@@ -99,7 +65,7 @@ Expected summary(const SieFile& file) {
   n["accounts"] = static_cast<std::size_t>(std::count_if(file.accounts.begin(), file.accounts.end(),
                                                          [](auto& a) { return a.declared; }));
   n["accounts_where_opening_plus_rows_differs_from_closing"] = accountsThatDiffer(file);
-  Expected result;
+  KnownFile result;
   for (const auto& [name, count] : n) result[name] = std::to_string(count);
   result["encoding"] = file.charset == SieCharset::Cp437  ? "cp437"
                        : file.charset == SieCharset::Utf8 ? "utf-8"
@@ -112,38 +78,31 @@ Expected summary(const SieFile& file) {
   return result;
 }
 
-// 0.00 and 0 say the same.
-std::string plain(const std::string& value) {
-  const auto number = Decimal::parse(value);
-  return number ? number->toString() : value;
-}
-
 class SieFiles : public testing::Test {
  protected:
   void SetUp() override {
-    if (std::filesystem::exists(kFolder)) return;
-    const char* ci = std::getenv("CI");
-    if (ci != nullptr && std::string_view(ci) == "true") FAIL() << kFolder << " is missing";
-    GTEST_SKIP() << kFolder << " is not on this machine";
+    if (!files_.areHere()) GTEST_SKIP() << "the files are not on this machine";
   }
+
+  KnownSieFiles files_{BOKFOLIO_SHARED_DATA};
 };
 
 TEST_F(SieFiles, AgreeWithWhatIsKnownOfThem) {
-  const auto all = readExpected();
+  const auto all = files_.all();
   ASSERT_EQ(all.size(), 28U);
-  for (const Expected& expected : all) {
+  for (const KnownFile& expected : all) {
     SCOPED_TRACE(expected.at("file"));
-    const std::string bytes = contents(kFolder / expected.at("file"));
+    const std::string bytes = files_.contents(expected.at("file"));
     std::optional<Error> error;
     const auto file = readSie(bytes, &error);
     ASSERT_TRUE(file) << error->localizedDescription();
-    Expected found = summary(*file);
+    KnownFile found = summary(*file);
     found["file"] = expected.at("file");
     found["bytes"] = std::to_string(bytes.size());
     for (const auto& [name, value] : expected) {
       const bool unknown = value.empty() && name.starts_with("accounts_where");
       if (unknown) continue;
-      EXPECT_EQ(plain(found[name]), plain(value)) << name;
+      EXPECT_EQ(KnownSieFiles::plain(found[name]), KnownSieFiles::plain(value)) << name;
     }
     EXPECT_TRUE(file->notKept.unknownLabels.empty());
     EXPECT_TRUE(file->remarks.empty()) << file->remarks.front().line;
@@ -151,11 +110,11 @@ TEST_F(SieFiles, AgreeWithWhatIsKnownOfThem) {
 }
 
 TEST_F(SieFiles, NoPrefixOfAFileIsReadAsAnotherFile) {
-  const std::string bytes = contents(kFolder / "t4i_checksum.si");
+  const std::string bytes = files_.contents("t4i_checksum.si");
   for (std::size_t length = bytes.size() - 400; length + 11 < bytes.size(); ++length) {
     EXPECT_FALSE(readSie(std::string_view(bytes).substr(0, length))) << length;
   }
 }
 
 }  // namespace
-}  // namespace bokfolio
+}  // namespace bokfolio::test
