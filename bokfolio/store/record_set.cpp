@@ -5,6 +5,7 @@
 #include "bokfolio/store/context.hpp"
 #include "bokfolio/store/internal/bound_path.hpp"
 #include "bokfolio/store/internal/predicate/node.hpp"
+#include "bokfolio/store/internal/prefetch.hpp"
 #include "bokfolio/store/internal/query.hpp"
 #include "bokfolio/store/internal/sorting.hpp"
 #include "bokfolio/store/internal/store_parts.hpp"
@@ -118,10 +119,11 @@ Decimal RecordSet::sum(std::string_view key) const {
   // A key that is wrong is wrong for an empty set, too.
   if (query_ && query_->entity != nullptr) sum.emplace(*query_->entity, key);
   Decimal total;
-  for (const Record* record : snapshot()) {
+  internal::forEachRecord(snapshot(), [&](const Record* record) {
     if (!sum || &sum->entity() != &record->entity()) sum.emplace(record->entity(), key);
     sum->add(record->managedObjectContext().parts(), *record, total);
-  }
+    return true;
+  });
   return total;
 }
 

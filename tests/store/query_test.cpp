@@ -209,6 +209,7 @@ TEST_F(QuestionTest, FindsTheGreatestPastRefusedOnes) {
   Record* where = shop();
   Record* elsewhere = shop();
   std::vector<Record*> goods;
+  goods.reserve(1000);
   for (int each = 0; each < 1000; ++each) goods.push_back(good(each % 10, where, each / 2));
   good(0, elsewhere, 5000);
   const std::vector<SortDescriptor> latest = {SortDescriptor("made", false)};
@@ -301,12 +302,14 @@ TEST_F(QuestionTest, SumsReadKeysThroughTheirAccessors) {
 
 TEST_F(QuestionTest, SortsByKeysAndKeepsTheOrderOfIds) {
   std::vector<Record*> goods;
+  goods.reserve(6);
   for (const int code : {3, 1, 2, 1, 3}) goods.push_back(good(code, nullptr));
   goods.push_back(context().insertNewObject("Good"));
   const auto sorted = [&](const std::vector<SortDescriptor>& order) {
     std::vector<Record*> shuffled(goods.rbegin(), goods.rend());
     sortRecords(shuffled, order);
     std::vector<std::size_t> places;
+    places.reserve(shuffled.size());
     for (const Record* record : shuffled) places.push_back(record->id() - goods[0]->id());
     return places;
   };
@@ -323,6 +326,7 @@ TEST_F(QuestionTest, SortsByKeysAndKeepsTheOrderOfIds) {
 
 TEST_F(QuestionTest, SortsByComparisonsThatAreNoOrder) {
   std::vector<Record*> goods;
+  goods.reserve(37);
   for (int each = 0; each < 37; ++each) goods.push_back(good(each * 7 % 10, nullptr));
   const auto codeOf = [](const Record& record) { return *record.valueForKey("code").integer(); };
   auto stable = goods;

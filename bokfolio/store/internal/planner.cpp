@@ -57,7 +57,7 @@ std::vector<Record*> referrers(StoreParts& store, const std::vector<Record*>& re
 
 }  // namespace
 
-Planner::Planner(StoreParts& store, const Entity& entity, Conjuncts conjuncts)
+Planner::Planner(StoreParts& store, const Entity& entity, const Conjuncts& conjuncts)
     : store_(store), entity_(entity) {
   for (const BoundComparison* conjunct : conjuncts) {
     const BoundPath* path = conjunct->slotPath();
@@ -192,6 +192,7 @@ std::vector<Record*> collect(StoreParts& store, const Entity& entity, const Sour
   } else {
     return store.all(entity);
   }
+  if (source.set != nullptr && source.links.empty()) return records;
   for (auto link = source.links.rbegin(); link != source.links.rend(); ++link)
     records = referrers(store, records, **link);
   if (!std::is_sorted(records.begin(), records.end(), ById{}))

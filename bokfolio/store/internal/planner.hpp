@@ -38,7 +38,7 @@ struct OrderedSource {
 class Planner {
  public:
   Planner(StoreParts& store, const Entity& entity,
-          std::vector<const predicate::BoundComparison*> conjuncts);
+          const std::vector<const predicate::BoundComparison*>& conjuncts);
 
   Source cheapest();
   // For an order by one stored key first; nullopt when no index runs that way.

@@ -5,6 +5,7 @@
 #include "bokfolio/store/context.hpp"
 #include "bokfolio/store/internal/planner.hpp"
 #include "bokfolio/store/internal/predicate/binding.hpp"
+#include "bokfolio/store/internal/prefetch.hpp"
 #include "bokfolio/store/internal/sorting.hpp"
 
 namespace bokfolio {
@@ -47,27 +48,29 @@ class QueryRun {
 
   std::vector<Record*> records() {
     if (query_.limit == std::size_t{0}) return {};
-    if (query_.order.empty()) return matches(candidates(), query_.limit.value_or(kUnlimited));
+    if (query_.order.empty()) return matches(query_.limit.value_or(kUnlimited));
     if (auto walked = walkInOrder()) return std::move(*walked);
-    auto found = matches(candidates(), kUnlimited);
-    return inOrder(std::move(found));
+    return inOrder(matches(kUnlimited));
   }
 
   std::size_t count() {
     const std::size_t limit = query_.limit.value_or(kUnlimited);
     if (query_.conditions.empty()) return std::min(limit, countOfAll());
     std::size_t count = 0;
-    for (const Record* record : candidates()) {
-      if (count == limit) break;
-      if (accepts(*record)) ++count;
-    }
+    if (limit == 0) return count;
+    const Candidates candidates = findCandidates();
+    internal::forEachRecord(candidates.records, [&](const Record* record) {
+      if (accepts(*record, candidates.members)) ++count;
+      return count < limit;
+    });
     return count;
   }
 
-  bool accepts(const Record& record) {
+  // `member`: it was a member of the owner's set a moment ago, and no accessor has run since.
+  bool accepts(const Record& record, bool member = false) {
     if (query_.among) return conditions_.hold(record);
     if (!RecordAccess::isLive(record)) return false;
-    if (membership_ && !membership_->holds(*query_.store, record)) return false;
+    if (!member && membership_ && !membership_->holds(*query_.store, record)) return false;
     return std::all_of(bound_->begin(), bound_->end(), [&](const BoundCondition& condition) {
       return condition.holds(*query_.store, record);
     });
@@ -85,23 +88,51 @@ class QueryRun {
     std::vector<const BoundComparison*> conjuncts;
     if (membership_) conjuncts.push_back(&*membership_);
     for (const BoundCondition& condition : *bound_) condition.collectConjuncts(conjuncts);
-    return {*query_.store, *query_.entity, std::move(conjuncts)};
+    return {*query_.store, *query_.entity, conjuncts};
   }
 
-  std::vector<Record*> candidates() const {
-    if (query_.among) return *query_.among;
-    if (query_.strategy == Query::Strategy::ScanOnly) return query_.store->all(*query_.entity);
-    return collect(*query_.store, *query_.entity, planner().cheapest());
+  struct Candidates {
+    std::vector<Record*> records;
+    bool members = false;  // known to be the owner's
+  };
+
+  Candidates findCandidates() const {
+    if (query_.among) return {*query_.among};
+    if (query_.strategy == Query::Strategy::ScanOnly) return {query_.store->all(*query_.entity)};
+    const internal::Source source = planner().cheapest();
+    return {collect(*query_.store, *query_.entity, source), isPure() && isOwnersSet(source)};
   }
 
-  std::vector<Record*> matches(std::vector<Record*> candidates, std::size_t limit) {
-    std::size_t kept = 0;
-    for (Record* record : candidates) {
-      if (kept == limit) break;
-      if (accepts(*record)) candidates[kept++] = record;
-    }
-    candidates.resize(kept);
-    return candidates;
+  bool isOwnersSet(const internal::Source& source) const {
+    return query_.owner != nullptr && source.set != nullptr && source.links.empty() &&
+           source.set == &query_.store->members(*query_.owner, *query_.relationship);
+  }
+
+  // Whether asking the conditions runs nobody's accessor.
+  bool isPure() const {
+    return std::all_of(bound_->begin(), bound_->end(),
+                       [](const BoundCondition& condition) { return condition.isPure(); });
+  }
+
+  std::vector<Record*> matches(std::size_t limit) {
+    if (query_.owner != nullptr && query_.conditions.empty()) return members(limit);
+    Candidates candidates = findCandidates();
+    std::vector<Record*> found;
+    internal::forEachRecord(candidates.records, [&](Record* record) {
+      if (accepts(*record, candidates.members)) found.push_back(record);
+      return found.size() < limit;
+    });
+    return found;
+  }
+
+  std::vector<Record*> members(std::size_t limit) const {
+    const auto& set = query_.store->members(*query_.owner, *query_.relationship);
+    if (limit == 1) return set.size() == 0 ? std::vector<Record*>() : std::vector{set.first()};
+    std::vector<Record*> all;
+    all.reserve(set.size());
+    set.forEach([&](Record* record) { all.push_back(record); });
+    if (limit < all.size()) all.resize(limit);
+    return all;
   }
 
   std::vector<Record*> inOrder(std::vector<Record*> found) const {
@@ -194,9 +225,7 @@ class OrderedWalk {
 std::optional<std::vector<Record*>> QueryRun::walkInOrder() {
   if (query_.among || !query_.limit || query_.strategy == Query::Strategy::ScanOnly) return {};
   // Accessors might change the index under the walk.
-  if (!std::all_of(bound_->begin(), bound_->end(),
-                   [](const BoundCondition& condition) { return condition.isPure(); }))
-    return {};
+  if (!isPure()) return {};
   const SortDescriptor& first = query_.order.front();
   const internal::BoundPath key(*query_.entity, first.key(), readingOf(query_));
   if (!key.isSlot() || !key.links().empty() || key.last().isRelationship() ||
