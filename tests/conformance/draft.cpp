@@ -75,6 +75,7 @@ std::shared_ptr<const Schema> paperSchema(bool extended) {
   if (!extended) return std::make_shared<Schema>(std::vector{folder, paper});
   paper.properties.push_back(property("colour", PropertyKind::String));
   paper.properties.push_back(property("price", PropertyKind::Decimal));
+  paper.properties.push_back(property("cover", PropertyKind::ToOne, "Paper"));
   return std::make_shared<Schema>(std::vector{stamp, paper, folder});
 }
 

@@ -37,8 +37,8 @@ struct Saved {
 // By entity and id.
 using Content = std::map<std::string, std::map<RecordId, Saved>>;
 
-// Two entities with every kind of property; `extended` has what a plug-in might add: a property of
-// Paper, and an entity that refers to Paper.
+// Two entities with every kind of property; `extended` has what a plug-in might add: properties
+// of Paper, and an entity that refers to Paper.
 std::shared_ptr<const Schema> paperSchema(bool extended = false);
 
 class Draft {

@@ -53,6 +53,14 @@ TEST_F(SqliteDocument, LooksAsTheFormatSays) {
       R"(CREATE INDEX "Paper.folder" ON "Paper"("folder")|)"
       R"(CREATE INDEX "Paper.next" ON "Paper"("next"))");
   EXPECT_EQ(raw("PRAGMA journal_mode"), "delete");
+  // What a plug-in adds looks no different.
+  schema = paperSchema(true);
+  opened(OpenMode::ReadWrite);
+  EXPECT_EQ(raw("SELECT name FROM sqlite_schema WHERE type='index' AND sql IS NOT NULL ORDER BY 1"),
+            "Paper.cover|Paper.folder|Paper.next|Stamp.paper");
+  EXPECT_EQ(raw("SELECT \"from\" || \"table\" FROM pragma_foreign_key_list('Paper') ORDER BY 1"),
+            "coverPaper|folderFolder|nextPaper");
+  EXPECT_EQ(raw("SELECT name FROM bokfolio_entity ORDER BY 1"), "Folder|Paper|Stamp");
 }
 
 TEST_F(SqliteDocument, OfFormat1IsReadAsItWasWritten) {
