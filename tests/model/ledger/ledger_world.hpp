@@ -68,16 +68,18 @@ class LedgerWorld : public testing::Test {
     made->setName(name);
     return made;
   }
+  Entry* filed(FiscalYear* in, Date date, std::optional<std::int64_t> number) {
+    Entry* made = entry(date);
+    made->setFiscalYear(in);
+    made->setNumber(number);
+    return made;
+  }
   // A row of the entry: positive amounts are debits, negative ones credits.
   Row* row(Entry* entry, Account* account, const Decimal& amount, Tag* tag = nullptr) {
     auto* made = context_->insert<Row>();
     made->setAccount(account);
     made->setTag(tag);
-    if (amount.isNegative()) {
-      made->setCredit(amount.negated());
-    } else {
-      made->setDebit(amount);
-    }
+    amount.isNegative() ? made->setCredit(-amount) : made->setDebit(amount);
     made->setEntry(entry);
     return made;
   }

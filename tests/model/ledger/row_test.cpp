@@ -11,61 +11,42 @@ class RowTest : public LedgerWorld {
   void sortByAccount(bool on) { world.preferences->setBool(kSortRowsByAccount, on); }
 };
 
-TEST_F(RowTest, BeginsBehindEveryOtherRowWithZeroAmounts) {
-  const auto* made = context().insert<Row>();
-  EXPECT_EQ(made->number(), world.clock->now().seconds() - 978307200);
-  EXPECT_EQ(made->debit(), Decimal());
-  EXPECT_EQ(made->credit(), Decimal());
-  EXPECT_EQ(made->status(), 0);
-}
-
 TEST_F(RowTest, ReferencesAreSetFromRecordsNumbersAndNames) {
   Account* bank = account(1930, AccountType::Asset, "Bank");
   Account* cash = account(0, AccountType::Asset, "Kassa");
   Tag* project = tag(7);
   Row* made = context().insert<Row>();
-  enum class By { Account, Number, Name, Tag };
-  struct Case {
-    By by;
-    Value value;
-    Record* expected;
+  const std::tuple<const char*, Value, Record*> cases[] = {
+      {"account", 1930, bank},
+      {"account", 4711, nullptr},
+      {"account", cash, cash},
+      {"accountNumber", "1930 and more", bank},
+      {"accountNumber", "letters", cash},  // reads as 0
+      {"accountNumber", dec("1930"), bank},
+      {"accountNumber", "4711", nullptr},
+      {"accountName", "bank", bank},
+      {"accountName", "no such name", bank},  // unchanged
+      {"accountName", "K*a", cash},
+      {"accountName", bank, bank},
+      {"accountName", nullptr, nullptr},
+      {"accountName", "no such name", nullptr},
+      {"account", 0, cash},
+      {"account", nullptr, nullptr},
+      {"account", bank, bank},
+      {"tag", "7", project},
+      {"tag", 8, nullptr},
+      {"tag", project, project},
+      {"tag", nullptr, nullptr},
+      {"tag", 7, project},
   };
-  const Case cases[] = {
-      {By::Account, 1930, bank},
-      {By::Account, cash, cash},
-      {By::Account, 0, cash},
-      {By::Account, 4711, nullptr},
-      {By::Account, bank, bank},
-      {By::Account, nullptr, nullptr},
-      {By::Number, "1930 and more", bank},
-      {By::Number, "letters", cash},  // reads as 0
-      {By::Number, dec("1930"), bank},
-      {By::Number, "4711", nullptr},
-      {By::Name, "bank", bank},
-      {By::Name, "no such name", bank},  // unchanged
-      {By::Name, "K*a", cash},
-      {By::Name, bank, bank},
-      {By::Name, nullptr, nullptr},
-      {By::Name, "no such name", nullptr},
-      {By::Tag, "7", project},
-      {By::Tag, 8, nullptr},
-      {By::Tag, project, project},
-      {By::Tag, nullptr, nullptr},
-      {By::Tag, 7, project},
-  };
-  int index = 0;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(index++);
-    if (c.by == By::Account) made->setAccount(c.value);
-    if (c.by == By::Number) made->setAccountNumber(c.value);
-    if (c.by == By::Name) made->setAccountName(c.value);
-    if (c.by == By::Tag) made->setTag(c.value);
-    EXPECT_EQ(c.by == By::Tag ? static_cast<Record*>(made->tag()) : made->account(), c.expected);
+  for (const auto& [key, value, expected] : cases) {
+    made->setValueForKey(value, key);
+    EXPECT_EQ(made->valueForKey(std::string_view(key) == "tag" ? key : "account").record(),
+              expected)
+        << key << " = " << value.description();
   }
-  made->setValueForKey("1930", "accountNumber");
   EXPECT_EQ(made->accountName(), "Bank");
-  made->setValueForKey(1930, "account");
-  EXPECT_EQ(made->valueForKey("accountNumber"), Value(1930));
+  EXPECT_EQ(made->accountNumber(), 1930);
   EXPECT_THROW(made->setAccount("1930"), ValueKindError);
   EXPECT_THROW(made->setAccount(project), ValueKindError);
   EXPECT_EQ(made->account(), bank);
@@ -75,6 +56,7 @@ TEST_F(RowTest, AttachingNumbersTheRowsDetachingDoesNot) {
   Entry* first = entry(world.clock->now());
   Account* bank = account(1930);
   std::vector<Row*> rows;
+  EXPECT_EQ(context().insert<Row>()->number(), world.clock->now().seconds() - 978307200);
   for (int i = 0; i < 4; ++i) rows.push_back(row(first, bank, i));  // all born in one second
   EXPECT_THAT(numbersOf(first), testing::ElementsAre(1, 2, 3, 4));
   rows[1]->setEntry(nullptr);
@@ -108,54 +90,32 @@ TEST_F(RowTest, RowsSortByAccountWhenTheUserPrefersIt) {
 }
 
 TEST_F(RowTest, EmptyMeansNothingWorthKeeping) {
-  struct Case {
-    std::optional<Decimal> debit, credit;
-    bool empty;
-  };
-  const Case cases[] = {
-      {std::nullopt, std::nullopt, true}, {dec("0.0049"), dec("-0.0049"), true},
-      {dec("0.005"), 0, false},           {0, dec("-0.005"), false},
-      {dec("-1"), std::nullopt, false},
-  };
-  for (const auto& c : cases) {
+  const auto isEmpty = [this](const std::optional<Decimal>& debit,
+                              const std::optional<Decimal>& credit, const char* key = "tag",
+                              Record* reference = nullptr) {
     Row* made = context().insert<Row>();
-    made->setDebit(c.debit);
-    made->setCredit(c.credit);
-    EXPECT_EQ(made->isEmpty(), c.empty);
-  }
-  Row* placed = context().insert<Row>();
-  placed->setAccount(account(1));
-  EXPECT_FALSE(placed->isEmpty());
-  Row* marked = context().insert<Row>();
-  marked->setTag(tag(1));
-  EXPECT_FALSE(marked->isEmpty());
-}
-
-TEST_F(RowTest, NetIsDebitMinusCreditAndNothingForARemovedRow) {
-  Row* made = row(nullptr, account(1), 100);
-  made->setCredit(dec("0.25"));
-  EXPECT_EQ(made->net(), dec("99.75"));
-  made->setDebit(std::nullopt);
-  EXPECT_EQ(made->net(), dec("-0.25"));
-  made->setStatus(RowStatus::Removed);
-  EXPECT_EQ(made->valueForKey("net"), Value(Decimal()));
-  EXPECT_FALSE(Row::noRemovedRows().evaluate(*made));
+    made->setDebit(debit);
+    made->setCredit(credit);
+    made->setValueForKey(reference, key);
+    return made->isEmpty();
+  };
+  EXPECT_TRUE(isEmpty(std::nullopt, std::nullopt));
+  EXPECT_TRUE(isEmpty(dec("0.0049"), dec("-0.0049")));
+  EXPECT_FALSE(isEmpty(dec("0.005"), 0));
+  EXPECT_FALSE(isEmpty(std::nullopt, dec("-0.005")));
+  EXPECT_FALSE(isEmpty(0, 0, "account", account(1)));
+  EXPECT_FALSE(isEmpty(0, 0, "tag", tag(1)));
 }
 
 TEST_F(RowTest, OnlyACommittedRowIsStruckOut) {
-  struct Case {
-    std::optional<std::int64_t> status;
-    std::int64_t after;
-    bool noted;
-  };
-  const Case cases[] = {{0, 1, true}, {std::nullopt, 1, true}, {1, 1, false}, {2, 2, false}};
-  for (const auto& c : cases) {
+  for (const std::optional<std::int64_t> status : {std::optional<std::int64_t>(), {0}, {1}, {2}}) {
     Row* made = context().insert<Row>();
-    made->setStatus(c.status);
+    made->setStatus(status);
     made->remove();
-    EXPECT_EQ(made->status(), c.after);
-    EXPECT_EQ(made->who(), c.noted ? std::optional<std::string>("Anna Andersson") : std::nullopt);
-    EXPECT_EQ(made->when(), c.noted ? std::optional(world.clock->now()) : std::nullopt);
+    const bool struck = status.value_or(0) == 0;
+    EXPECT_EQ(made->status(), struck ? 1 : status);
+    EXPECT_EQ(made->who().value_or(""), struck ? "Anna Andersson" : "");
+    EXPECT_EQ(made->when().value_or(Date()), struck ? world.clock->now() : Date());
   }
 }
 
@@ -166,36 +126,24 @@ TEST_F(RowTest, ChangeTextSaysTheDateThenThePerson) {
   made->setWhen(cetDate(2009, 12, 31, 23, 30));
   EXPECT_EQ(made->changeText(),
             world.environment.text("Record of change", {"12/31/09", "%@ Öberg"}));
-  made->setWho(std::nullopt);
-  EXPECT_EQ(made->changeText(), std::nullopt);
 }
 
 TEST_F(RowTest, BalancingPutsTheRestOnTheOtherSide) {
-  struct Case {
-    std::vector<const char*> others;
-    const char* debit;
-    const char* credit;
-  };
-  const Case cases[] = {
+  const std::tuple<std::vector<const char*>, const char*, const char*> cases[] = {
       {{"100", "-40"}, "0", "60"},     {{"-100", "40"}, "60", "0"},
       {{"5", "-5"}, "0", "0"},         {{}, "0", "0"},
       {{"0.001", "-3"}, "2.999", "0"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [others, debit, credit] : cases) {
     Entry* made = entry(world.clock->now());
-    for (const char* amount : c.others) row(made, account(1), dec(amount));
-    Row* struck = row(made, account(1), 1000);
-    struck->remove();
+    for (const char* amount : others) row(made, account(1), dec(amount));
+    row(made, account(1), 1000)->remove();
     Row* balancing = row(made, account(2), 777);
     balancing->makeEntryBalanced();
-    EXPECT_EQ(balancing->debit(), dec(c.debit));
-    EXPECT_EQ(balancing->credit(), dec(c.credit));
+    EXPECT_EQ(balancing->debit(), dec(debit));
+    EXPECT_EQ(balancing->credit(), dec(credit));
     EXPECT_TRUE(made->rows().sum("net").isZero());
   }
-  Row* loose = row(nullptr, account(1), 5);
-  loose->makeEntryBalanced();
-  EXPECT_EQ(loose->debit(), Decimal());
-  EXPECT_EQ(loose->credit(), Decimal());
 }
 
 TEST_F(RowTest, CopyTakesEverythingButTheEntry) {
@@ -207,34 +155,18 @@ TEST_F(RowTest, CopyTakesEverythingButTheEntry) {
   for (const char* key : {"tag", "account", "when", "who", "debit", "credit", "status", "number"})
     EXPECT_EQ(copy->valueForKey(key), original->valueForKey(key)) << key;
   EXPECT_EQ(copy->entry(), nullptr);
-
-  Entry* former = original->entry();
-  Account* bank = original->account();
-  original->deleteWithoutPardon();
-  EXPECT_TRUE(original->isDeleted());
-  EXPECT_TRUE(former->rows().empty());
-  EXPECT_EQ(bank->rows().count(), 1U);
-}
-
-TEST_F(RowTest, NilAmountsBecomeZeroWhenValidated) {
-  Row* made = row(entry(world.clock->now()), account(1), 5);
-  made->setCredit(std::nullopt);
-  EXPECT_TRUE(made->validateForUpdate());
-  EXPECT_EQ(made->credit(), Decimal());
-  EXPECT_TRUE(made->setValidated("debit", nullptr));
-  EXPECT_EQ(made->debit(), Decimal());
 }
 
 TEST_F(RowTest, ARowOfAnEntryNeedsAnAmountAndAnAccount) {
   Entry* of = entry(world.clock->now(), "Rent");
   std::optional<Error> error;
   Row* zero = row(of, account(1), 0);
+  zero->setDebit(std::nullopt);
   EXPECT_FALSE(zero->validateForUpdate());
   EXPECT_FALSE(zero->validateForUpdate(&error));
   expectError(error, kStoreErrorDomain, 1570,
               world.environment.text("Invalid debit/credit for row", {"Rent"}), "debit");
-  EXPECT_EQ(world.log->lines().size(), 0U);
-
+  EXPECT_EQ(zero->debit(), Decimal()) << "validating makes nil amounts zero";
   error.reset();
   zero->setEntry(nullptr);
   EXPECT_TRUE(zero->validateForUpdate(&error));

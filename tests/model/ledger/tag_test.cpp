@@ -8,21 +8,15 @@ namespace {
 
 class TagTest : public LedgerWorld {};
 
-TEST_F(TagTest, IsFoundByNumber) {
-  tag(std::nullopt);
-  Tag* seven = tag(7);
-  EXPECT_EQ(Tag::tagWithNumber(7, context()), seven);
-  EXPECT_EQ(Tag::tagWithNumber(8, context()), nullptr);
-  EXPECT_EQ(Tag::tagWithNumber(std::nullopt, context()), nullptr);
-}
-
 TEST_F(TagTest, OnlyUnusedTagsWithoutNumberAreRemoved) {
   Tag* numbered = tag(1);
+  EXPECT_EQ(Tag::tagWithNumber(1, context()), numbered);
   Tag* onRow = tag(std::nullopt);
   row(nullptr, account(1), 1, onRow);
   Tag* onInvoice = tag(std::nullopt);
   context().insert<Invoice>()->setValueForKey(onInvoice, "tag");
   tag(std::nullopt)->setName("A name does not count");
+  EXPECT_EQ(Tag::tagWithNumber(std::nullopt, context()), nullptr);
   Tag::removeEmptyTagsInContext(context());
   EXPECT_THAT(context().fetch<Tag>(), testing::ElementsAre(numbered, onRow, onInvoice));
 }
@@ -33,10 +27,8 @@ TEST_F(TagTest, BalanceIsThatOfTheLatestYearsRows) {
   FiscalYear* of2009 = year(2009);
   FiscalYear* of2008 = year(2008);
   EXPECT_EQ(project->balance(), Decimal());
-  const auto post = [&](FiscalYear* fiscalYear, const char* amount) {
-    Entry* made = entry(cetDate(2009, 5, 1));
-    made->setFiscalYear(fiscalYear);
-    return row(made, account(1), dec(amount), project);
+  const auto post = [&](FiscalYear* in, const char* amount) {
+    return row(filed(in, cetDate(2009, 5, 1), 1), account(1), dec(amount), project);
   };
   post(of2009, "100.25");
   post(of2009, "-30");
@@ -52,16 +44,10 @@ TEST_F(StartingBalanceTest, AccountIsSetFromRecordNumberOrText) {
   Account* bank = account(1930);
   auto* opening = context().insert<StartingBalance>();
   opening->setAccount("1930");
-  EXPECT_EQ(opening->account(), bank);
   EXPECT_EQ(opening->number(), 1930);
   opening->setNumber("1931");
-  EXPECT_EQ(opening->account(), nullptr);
   EXPECT_EQ(opening->number(), std::nullopt);
   opening->setValueForKey(1930, "number");
-  EXPECT_EQ(opening->account(), bank);
-  opening->setAccount(nullptr);
-  EXPECT_EQ(opening->account(), nullptr);
-  opening->setAccount(bank);
   EXPECT_EQ(bank->startingBalances().first(), opening);
 }
 
