@@ -1,8 +1,12 @@
+#include <unistd.h>
+
+#include <cstdio>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
 
+#include "bokfolio/model/document.hpp"
 #include "bokfolio/model/invoicing/allowance.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
 #include "bokfolio/model/invoicing/company.hpp"
@@ -90,6 +94,25 @@ TEST_F(ModelTest, DeletingTakesWhatIsOwnedAndSparesWhatIsUsed) {
   ASSERT_TRUE(context().save());
   EXPECT_EQ(context().count("Row") + context().count("EntryImage"), 0U);
   EXPECT_EQ(context().count("Account"), 2U);
+}
+
+TEST_F(ModelTest, ADocumentIsMadeOnceAndReadAgain) {
+  const std::string path = testing::TempDir() + "model_test." + std::to_string(::getpid());
+  std::optional<Error> error;
+  auto document = createDocument(path, world.environment, &error);
+  ASSERT_NE(document, nullptr) << error->localizedDescription();
+  document->insert<Account>()->setNumber(1930);
+  ASSERT_TRUE(document->save());
+  EXPECT_EQ(openDocument(path, OpenMode::ReadWrite, world.environment, &error), nullptr);
+  EXPECT_EQ(error->code(), static_cast<int>(PersistenceError::InUse));
+  document.reset();
+  EXPECT_EQ(createDocument(path, world.environment, &error), nullptr);
+  EXPECT_EQ(error->code(), static_cast<int>(PersistenceError::AlreadyExists));
+  document = openDocument(path, OpenMode::ReadOnly, world.environment);
+  EXPECT_NE(Account::accountWithNumber(1930, *document), nullptr);
+  document.reset();
+  std::remove(path.c_str());
+  EXPECT_FALSE(openInMemory(world.environment)->hasChanges());
 }
 
 }  // namespace

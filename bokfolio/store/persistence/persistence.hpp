@@ -28,7 +28,7 @@ enum class PersistenceError : int {
   ReadOnly = 5,      // the document or its folder cannot be written
   Full = 6,          // no room on the disk
   Damaged = 7,       // the engine found the content inconsistent
-  Stale = 8,         // a record was changed by somebody else since it was read
+  Stale = 8,         // a record, or the document itself, was changed by somebody else
   Refused = 9,       // the engine's own constraints refused the change set
   Failed = 10,       // anything else; the description has the engine's words
   AlreadyExists = 11,
@@ -57,7 +57,7 @@ class BOKFOLIO_EXPORT Persistence {
   // Opens or creates what the engine was made for and fits it to the schema: entities and
   // attributes that are new to it are added, those it has and the schema lacks are kept untouched.
   virtual bool open(const Schema& schema, ErrorOut error) = 0;
-  // Every saved record of the entity, in ascending id.
+  // Every saved record of the entity, in ascending id. The sink must not call the engine.
   virtual bool load(const Entity& entity, RecordSink& sink, ErrorOut error) = 0;
   // The id that the next inserted record of the entity gets: never one that was used before.
   virtual bool nextId(const Entity& entity, RecordId& id, ErrorOut error) = 0;

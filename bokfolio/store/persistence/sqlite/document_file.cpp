@@ -108,6 +108,15 @@ bool flush(const std::string& path, int flags) {
   return flushed;
 }
 
+// SQLite would take it for the journal of whatever comes to the path, and "heal" that with it.
+void refuseStrayJournal(const std::string& path) {
+  for (const char* suffix : {"-journal", "-wal"}) {
+    if (fileSize(path + suffix) == 0) continue;
+    fail(PersistenceError::AlreadyExists, path + suffix,
+         "belongs to a document that was here: move it away first.");
+  }
+}
+
 // Some file systems know only one of the two ways.
 bool moveWithoutReplacing(const std::string& from, const std::string& to) {
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
@@ -184,6 +193,7 @@ void DocumentFile::checkInPlace() const {
 NewFile::NewFile(std::string path) : path_(std::move(path)) {
   if (path_.empty()) fail(PersistenceError::NotFound, path_, "is no path.");
   if (fileExists(path_)) failSystem(path_, EEXIST);
+  refuseStrayJournal(path_);
   const std::string base = folderOf(path_) + "/.bokfolio-new-" + std::to_string(::getpid()) + "-";
   for (int attempt = 0;; ++attempt) {
     temporary_ = base + std::to_string(attempt);
@@ -206,6 +216,7 @@ NewFile::~NewFile() {
 
 void NewFile::publish() {
   if (!flush(temporary_, O_RDWR)) failSystem(path_, errno);
+  refuseStrayJournal(path_);
   if (!moveWithoutReplacing(temporary_, path_)) failSystem(path_, errno);
   temporary_.clear();
   // Not every file system can flush a folder, and not every folder can be read.

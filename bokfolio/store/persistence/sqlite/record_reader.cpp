@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "bokfolio/store/persistence/internal/sql/statements.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
 
 namespace bokfolio::internal {
 
@@ -15,6 +15,8 @@ constexpr int kFirstColumn = 2;  // after id and version
   throw Failure{PersistenceError::Damaged,
                 "\"" + connection.path() + "\" is damaged (" + what + ")."};
 }
+
+bool isId(std::int64_t id) { return id > 0 && id <= kHighestId; }
 
 class RecordReader {
  public:
@@ -40,7 +42,7 @@ class RecordReader {
  private:
   RecordId id() const {
     const std::int64_t id = statement_.integer(0);
-    if (id <= 0) failDamaged(connection_, table_.name + " has the id " + std::to_string(id));
+    if (!isId(id)) failDamaged(connection_, table_.name + " has the id " + std::to_string(id));
     return static_cast<RecordId>(id);
   }
 
@@ -93,7 +95,7 @@ class RecordReader {
 
   RecordId reference(const SqlColumn& column, int position) const {
     const std::int64_t id = statement_.integer(position);
-    if (id <= 0) failDamaged(connection_, place(column) + " refers to no record");
+    if (!isId(id)) failDamaged(connection_, place(column) + " refers to no record");
     return static_cast<RecordId>(id);
   }
 
@@ -153,7 +155,7 @@ void readRecords(Connection& connection, const SqlTable& table, RecordSink& sink
 RecordId readNextId(Connection& connection, const SqlTable& table) {
   const std::int64_t id =
       std::max(savedNextId(connection, table), highestId(connection, table) + 1);
-  if (id <= 0) failDamaged(connection, table.name + " has no id left");
+  if (!isId(id)) failDamaged(connection, table.name + " has no id left");
   return static_cast<RecordId>(id);
 }
 
@@ -168,6 +170,7 @@ void verifyDocument(Connection& connection, const std::vector<SqlTable>& tables)
   for (const SqlTable& table : tables) {
     if (table.name.empty()) continue;
     readRecords(connection, table, sink);
+    readNextId(connection, table);
     if (highestId(connection, table) >= savedNextId(connection, table)) {
       failDamaged(connection, table.name + " would give an id a second time");
     }

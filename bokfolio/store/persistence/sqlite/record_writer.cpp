@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_reader.hpp"
@@ -15,7 +14,7 @@ namespace {
 constexpr std::size_t kMaxUpdates = 64;
 
 std::int64_t sqlId(RecordId id) {
-  if (id == 0 || id > static_cast<RecordId>(std::numeric_limits<std::int64_t>::max())) {
+  if (id == 0 || id > static_cast<RecordId>(kHighestId)) {
     throw Failure{PersistenceError::Refused, std::to_string(id) + " is no id of a record."};
   }
   return static_cast<std::int64_t>(id);

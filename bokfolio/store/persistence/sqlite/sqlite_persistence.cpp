@@ -166,6 +166,7 @@ void SqlitePersistence::close() {
   connection_.reset();
   file_.reset();
   tables_.clear();
+  rolledBack_ = false;
 }
 
 }  // namespace

@@ -59,7 +59,8 @@ class DocumentFile {
 // A file that is being made beside its final place, gone again unless published.
 class NewFile {
  public:
-  // AlreadyExists when there is something at the path, ReadOnly, NotFound (the folder), Full.
+  // AlreadyExists when there is something at the path, or a journal of what was there; ReadOnly,
+  // NotFound (the folder), Full.
   explicit NewFile(std::string path);
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;

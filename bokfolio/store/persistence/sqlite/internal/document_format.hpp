@@ -14,6 +14,10 @@ namespace bokfolio::internal {
 
 inline constexpr std::int64_t kApplicationId = 0x424B464F;  // "BKFO"
 
+// More than a business ever has; one that is higher comes from a damaged or crafted file, and would
+// cost memory for all the ids below it.
+inline constexpr std::int64_t kHighestId = 4'294'967'295;
+
 // Turns a file of one version into one of the next, inside a transaction; references are checked
 // afterwards. It must not begin or end a transaction.
 struct Migration {
