@@ -12,7 +12,7 @@ sh tools/sources.sh bokfolio hosts tests/api examples | tr '\n' '\0' | xargs -0 
     allow("bokfolio/store", "platform")
     allow("bokfolio/currency", "platform")
     allow("bokfolio/model", "store platform model/ledger model/invoicing model/supplier")
-    allow("bokfolio/model/ledger", "store platform")
+    allow("bokfolio/model/ledger", "store currency platform")
     allow("bokfolio/model/invoicing", "model/ledger store currency platform")
     allow("bokfolio/model/supplier", "model/ledger store platform model/invoicing/vat_[a-z_]*[.]hpp")
     allow("bokfolio/interchange", "model/ledger store platform")

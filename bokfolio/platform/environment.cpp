@@ -26,7 +26,8 @@ Environment::Environment()
       log_(std::make_shared<StandardErrorLog>()),
       runLoop_(std::make_shared<QueueRunLoop>(clock_)),
       assertions_(std::make_shared<ThrowingAssertionHandler>()),
-      dialog_(std::make_shared<TerminalDialog>()) {}
+      dialog_(std::make_shared<TerminalDialog>()),
+      httpClient_(std::make_shared<const CurlHttpClient>()) {}
 
 Environment Environment::system() { return Environment(); }
 
@@ -66,6 +67,14 @@ void Environment::setAssertions(std::shared_ptr<AssertionHandler> assertions) {
 }
 
 void Environment::setDialog(std::shared_ptr<Dialog> dialog) { assign(dialog_, std::move(dialog)); }
+
+void Environment::setHttpClient(std::shared_ptr<const HttpClient> httpClient) {
+  assign(httpClient_, std::move(httpClient));
+}
+
+void Environment::setReferenceRateSource(ReferenceRateSource source) {
+  referenceRateSource_ = std::move(source);
+}
 
 std::string Environment::text(std::string_view key, std::string_view table) const {
   return localizer_->text(key, table);

@@ -1,6 +1,7 @@
 // Environment: all that may differ between two runs of the same operations, in one value that the
 // host hands to a context: clock, zone, locale, preferences, user, texts, resources, log, run loop,
-// assertions and the user's answers. Each service has a real default and a scripted twin for tests.
+// downloads, assertions and the user's answers. Each service has a real default and a scripted twin
+// for tests.
 //
 // Copies share the services; setting one service changes that copy only. A service may be shared by
 // several environments and lives as long as the last of them. No service is ever missing.
@@ -15,10 +16,12 @@
 #include "bokfolio/platform/assertion.hpp"
 #include "bokfolio/platform/clock.hpp"
 #include "bokfolio/platform/dialog.hpp"
+#include "bokfolio/platform/http.hpp"
 #include "bokfolio/platform/locale.hpp"
 #include "bokfolio/platform/localization.hpp"
 #include "bokfolio/platform/log.hpp"
 #include "bokfolio/platform/preferences.hpp"
+#include "bokfolio/platform/reference_rate_source.hpp"
 #include "bokfolio/platform/resources.hpp"
 #include "bokfolio/platform/run_loop.hpp"
 #include "bokfolio/platform/time_zone.hpp"
@@ -30,7 +33,8 @@ class BOKFOLIO_EXPORT Environment {
  public:
   // The real services: system clock and zone, the locale of the process, preferences in a file,
   // texts and resources from the standard folders, log on standard error, a QueueRunLoop that the
-  // host drains or replaces, failed assertions thrown, questions at the terminal.
+  // host drains or replaces, failed assertions thrown, questions at the terminal, downloads from
+  // the network.
   static Environment system();
   // The one for operations that have neither record nor context; system() until the host assigns
   // another. Assign before using the library from other threads.
@@ -48,6 +52,9 @@ class BOKFOLIO_EXPORT Environment {
   RunLoop& runLoop() const noexcept { return *runLoop_; }
   AssertionHandler& assertions() const noexcept { return *assertions_; }
   Dialog& dialog() const noexcept { return *dialog_; }
+  const HttpClient& httpClient() const noexcept { return *httpClient_; }
+  // Where daily exchange rates come from.
+  const ReferenceRateSource& referenceRateSource() const noexcept { return referenceRateSource_; }
 
   // A null service is a programming error and throws std::invalid_argument. Services that were made
   // from one another are not remade: a new clock needs a new run loop, a new locale or new
@@ -63,6 +70,8 @@ class BOKFOLIO_EXPORT Environment {
   void setRunLoop(std::shared_ptr<RunLoop> runLoop);
   void setAssertions(std::shared_ptr<AssertionHandler> assertions);
   void setDialog(std::shared_ptr<Dialog> dialog);
+  void setHttpClient(std::shared_ptr<const HttpClient> httpClient);
+  void setReferenceRateSource(ReferenceRateSource source);
 
   Date now() const { return clock_->now(); }
   // The localised text, the key itself when there is none.
@@ -84,6 +93,8 @@ class BOKFOLIO_EXPORT Environment {
   std::shared_ptr<RunLoop> runLoop_;
   std::shared_ptr<AssertionHandler> assertions_;
   std::shared_ptr<Dialog> dialog_;
+  std::shared_ptr<const HttpClient> httpClient_;
+  ReferenceRateSource referenceRateSource_;
 };
 
 }  // namespace bokfolio

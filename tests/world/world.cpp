@@ -17,6 +17,7 @@ TestWorld::TestWorld(const std::string& locale)
       user(std::make_shared<ScriptedUser>("Anna Andersson")),
       log(std::make_shared<MemoryLog>()),
       dialog(std::make_shared<ScriptedDialog>()),
+      http(std::make_shared<ScriptedHttpClient>()),
       assertions(std::make_shared<RecordingAssertionHandler>()),
       resources(std::make_shared<const DirectoryResources>(
           std::vector<std::string>{BOKFOLIO_SOURCE_DIR "/resources"})),
@@ -28,6 +29,7 @@ TestWorld::TestWorld(const std::string& locale)
   environment.setLog(log);
   environment.setRunLoop(runLoop);
   environment.setDialog(dialog);
+  environment.setHttpClient(http);
   environment.setResources(resources);
   environment.setAssertions(std::make_shared<ThrowingAssertionHandler>());
   useLocale(locale);

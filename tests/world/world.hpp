@@ -1,6 +1,6 @@
 // TestWorld: an Environment in which nothing depends on the machine. The clock stands at 2009-03-31
 // 12:00 UTC until a test moves it, the zone is CET, the locale en_US, the user Anna Andersson,
-// texts come from the source tree, and questions are answered from a script.
+// texts come from the source tree, questions and downloads are answered from a script.
 #pragma once
 
 #include <memory>
@@ -24,6 +24,7 @@ struct TestWorld {
   std::shared_ptr<ScriptedUser> user;
   std::shared_ptr<MemoryLog> log;
   std::shared_ptr<ScriptedDialog> dialog;
+  std::shared_ptr<ScriptedHttpClient> http;
   std::shared_ptr<RecordingAssertionHandler> assertions;
   std::shared_ptr<const Resources> resources;
   Environment environment;

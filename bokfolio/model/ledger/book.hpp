@@ -11,6 +11,8 @@
 
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/decimal.hpp"
+#include "bokfolio/platform/environment.hpp"
+#include "bokfolio/platform/error.hpp"
 #include "bokfolio/store/entity_table.hpp"
 #include "bokfolio/store/record.hpp"
 
@@ -77,6 +79,19 @@ class BOKFOLIO_EXPORT Book : public Record {
   void setRoundingAccount(Account* account);
   Account* results() const;
   void setResults(Account* account);
+
+  // Units of the home currency for one unit of the currency with that code; see below.
+  std::optional<Decimal> exchangeRate(std::optional<std::string_view> code,
+                                      ErrorOut error = nullptr) const;
+  // Units of A for one unit of B, by the European Central Bank's reference rates of the day, to 38
+  // digits. Codes are compared exactly ("EUR" has the rate 1). Every call downloads the rates
+  // first, also for EUR to EUR: it blocks until they are there or the environment's time is up.
+  // nullopt without an error, `error` untouched, when a code is nil or not among the rates; nullopt
+  // with the error of loadReferenceRates or ReferenceRates::crossRate when there is no rate for
+  // another reason.
+  static std::optional<Decimal> exchangeRateBetween(
+      std::optional<std::string_view> codeA, std::optional<std::string_view> codeB,
+      ErrorOut error = nullptr, const Environment& environment = Environment::process());
 
   // Room for a host's own table of rates by currency code, in memory only. No rule fills or reads
   // it.
