@@ -20,7 +20,6 @@
 // arguments are values and never become part of the text.
 #pragma once
 
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>

@@ -2,6 +2,7 @@
 // that does not answer what is stored.
 #pragma once
 
+#include <limits>
 #include <memory>
 #include <random>
 #include <string>
@@ -83,7 +84,12 @@ class RandomTrade {
     const auto all = *context_->fetchEntitiesWithName(entity);
     return all.empty() || below(8) == 0 ? nullptr : all[below(all.size())];
   }
-  Value integer() { return below(6) == 0 ? Value() : Value(static_cast<int>(below(12)) - 4); }
+  Value integer() {
+    // The two lowest share a code in indexes.
+    if (below(12) == 0)
+      return std::numeric_limits<std::int64_t>::min() + static_cast<std::int64_t>(below(2));
+    return below(6) == 0 ? Value() : Value(static_cast<int>(below(12)) - 4);
+  }
   Value decimal() {
     return below(6) == 0 ? Value() : Value(Decimal(static_cast<int>(below(40)) - 10) / Decimal(4));
   }

@@ -172,13 +172,15 @@ class OrderedWalk {
     while (from != to && found_.size() < limit_) {
       const auto edge = source_.ascending ? from : entries.previous(to);
       const IndexCode code = codeAt(edge);
+      // The two lowest integers share a code.
+      const bool inOrder = groupsAreInOrder_ && code != internal::kLowestCode;
       const auto begin = source_.ascending ? from : groupBegin(from, edge, code);
       auto at = begin;
       while (at != to && codeAt(at) == code) {
         if (--patience_ < 0) return std::nullopt;
         Record* record = entries[at].record;
         if (run_.accepts(*record)) found_.push_back(record);
-        if (groupsAreInOrder_ && found_.size() == limit_) return std::move(found_);
+        if (inOrder && found_.size() == limit_) return std::move(found_);
         at = entries.next(at);
       }
       (source_.ascending ? from : to) = source_.ascending ? at : begin;
