@@ -1,0 +1,165 @@
+// `entry add`, `file`, `discard`: composing on the new entry and filing it.
+
+#include <memory>
+
+#include "bokfolio/model/ledger/entry_image.hpp"
+#include "commands.hpp"
+#include "entry_rows.hpp"
+#include "failure.hpp"
+#include "ledger_output.hpp"
+
+namespace bokfolio::cli {
+
+namespace {
+
+struct ComposeOptions {
+  std::string date;
+  std::optional<std::string> text;
+  std::optional<std::string> comment;
+  std::string receipt;
+  std::vector<std::string> rows;
+  bool noFile = false;
+};
+
+// The date that was named; else today, unless an earlier composing chose one.
+void describe(Session& session, Entry* entry, const ComposeOptions& options) {
+  Host& host = session.host();
+  const bool fresh = entry->rows().empty();
+  if (!options.date.empty()) {
+    entry->setDate(host.noonOf(dayFromText(options.date, session.environment().locale())));
+  } else if (fresh) {
+    entry->setDate(host.noonOf(host.today()));
+  }
+  if (options.text) entry->setName(*options.text);
+  if (options.comment) entry->setComments(*options.comment);
+}
+
+// Files the new entry and provides the next one. Answers the entries filed, it last.
+std::vector<Entry*> fileEntry(Session& session, Entry* entry) {
+  std::optional<Error> error;
+  const auto filed = entry->fileMe(&error);
+  if (!filed) throw refusalOf(session.host(), *entry, error);
+  newEntry(session);
+  return *filed;
+}
+
+void confirmFiled(Host& host, const std::vector<Entry*>& filed) {
+  Json list = Json::array();
+  for (const Entry* entry : filed) {
+    list.push_back(entryJson(host, *entry));
+    if (host.json()) continue;
+    host.confirm("Filed " + entryTitle(*entry) + ": " + host.day(entry->date()) + " " +
+                     entry->name().value_or("") + ", " + host.amount(turnover(*entry)),
+                 {});
+  }
+  if (host.json()) host.confirm("", {{"filed", list}});
+}
+
+void confirmComposed(Host& host, const Entry& entry) {
+  const std::size_t rows = entry.rows().count();
+  const Decimal difference = imbalance(entry);
+  std::string sentence =
+      "The new entry holds " + std::to_string(rows) + " row" + (rows == 1 ? "" : "s");
+  sentence += difference.isZero() ? " and balances" : ", off zero by " + host.amount(difference);
+  host.confirm(sentence + "; 'bokfolio entry file' files it", entryJson(host, entry));
+}
+
+void refuseUnfinished(const Entry& entry) {
+  const std::size_t rows = entry.rows().count();
+  if (rows == 0) return;
+  throw Failure(ExitStatus::Refused,
+                "the new entry holds " + std::to_string(rows) + " unfiled rows",
+                "file them with 'entry file', drop them with 'entry discard', or add to them with "
+                "--no-file");
+}
+
+void addEntry(Host& host, const ComposeOptions& options) {
+  const std::vector<RowText> rows = rowsFromTexts(host, options.rows);
+  std::optional<Image> receipt;
+  if (!options.receipt.empty()) receipt = readReceipt(options.receipt);
+  Session session = Session::writing(host);
+  std::vector<Entry*> filed;
+  Entry* entry = nullptr;
+  session.change([&] {
+    entry = newEntry(session);
+    if (!options.noFile) refuseUnfinished(*entry);
+    describe(session, entry, options);
+    addRows(session, entry, rows, RowStatus::Editable);
+    if (receipt) attachReceipt(entry, *receipt);
+    if (!options.noFile) filed = fileEntry(session, entry);
+  });
+  if (options.noFile) return confirmComposed(host, *entry);
+  confirmFiled(host, filed);
+}
+
+void fileNew(Host& host, const ComposeOptions& options) {
+  Session session = Session::writing(host);
+  std::vector<Entry*> filed;
+  session.change([&] {
+    Entry* entry = findEntry(session, nullptr, "new");
+    describe(session, entry, options);
+    filed = fileEntry(session, entry);
+  });
+  confirmFiled(host, filed);
+}
+
+void discardNew(Host& host) {
+  Session session = Session::writing(host);
+  std::size_t rows = 0;
+  session.change([&] {
+    Entry* entry = newEntry(session);
+    for (Row* row : entry->rows().members()) {
+      row->deleteWithoutPardon();
+      ++rows;
+    }
+    entry->setName(std::nullopt);
+    entry->setComments(std::nullopt);
+    if (entry->entryImage() != nullptr) session.context().deleteObject(entry->entryImage());
+  });
+  host.confirm("Dropped " + std::to_string(rows) + " rows from the new entry",
+               {{"droppedRows", rows}});
+}
+
+using Shared = std::shared_ptr<ComposeOptions>;
+
+void addDescribingOptions(CLI::App* command, const Shared& options, const std::string& date) {
+  command->add_option("--date", options->date, date)->type_name("DAY");
+  command->add_option("-t,--text", options->text, "What it is about")->type_name("TEXT");
+  command->add_option("--comment", options->comment, "Further remarks")->type_name("TEXT");
+}
+
+}  // namespace
+
+void addEntryComposing(CLI::App& entry, Host& host) {
+  const auto options = std::make_shared<ComposeOptions>();
+  CLI::App* add = entry.add_subcommand("add", "Compose an entry and file it");
+  add->add_option("rows", options->rows,
+                  "ACCOUNT:AMOUNT[:TAG]; debit positive, credit negative; one may lack its amount "
+                  "and takes the rest")
+      ->required()
+      ->type_name("ROW");
+  addDescribingOptions(add, options, "Accounting date (default: today)");
+  add->add_option("--attach", options->receipt, "Receipt: PDF or picture")->type_name("FILE");
+  add->add_flag("--no-file", options->noFile, "Leave it as the new entry, to go on with later");
+  add->footer(
+      "Example: bokfolio entry add --date 2025-03-04 --text \"Oak boards\" 4010:800 2641:200 1930\n"
+      "Accounts and tags are numbers or names.");
+  onRun(add, host, [options](Host& h) { addEntry(h, *options); });
+
+  CLI::App* file = entry.add_subcommand("file", "File the new entry");
+  addDescribingOptions(file, options, "Accounting date (default: the one it has)");
+  onRun(file, host, [options](Host& h) { fileNew(h, *options); });
+
+  CLI::App* discard = entry.add_subcommand("discard", "Empty the new entry");
+  onRun(discard, host, [](Host& h) { discardNew(h); });
+}
+
+void addEntryCommands(CLI::App& app, Host& host) {
+  CLI::App* group =
+      addGroup(app, "entry", "Entries: add, file, discard, list, show, edit, strike, attach");
+  addEntryComposing(*group, host);
+  addEntryViews(*group, host);
+  addEntryCorrections(*group, host);
+}
+
+}  // namespace bokfolio::cli

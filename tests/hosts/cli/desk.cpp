@@ -1,0 +1,100 @@
+#include "tests/hosts/cli/desk.hpp"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace bokfolio::test {
+
+std::string contentOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
+Desk::Desk() {
+  std::string name = testing::TempDir() + "bokfolio-desk-XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  folder_ = name;
+}
+
+Desk::~Desk() {
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+Outcome Desk::run(const std::string& words) const {
+  const std::string output = folder_ + ".out";
+  const std::string errors = folder_ + ".err";
+  const std::string command =
+      "cd '" + folder_ + "' && env -u BOKFOLIO_DOCUMENT HOME='" + folder_ +
+      "' LC_ALL=en_SE BOKFOLIO_RESOURCES=" BOKFOLIO_SOURCE_DIR "/resources " + environment +
+      " " BOKFOLIO_CLI " --now 2025-03-15T09:00:00 --user 'Anna Ek' " + words + " >'" + output +
+      "' 2>'" + errors + "' </dev/null";
+  const int raw = std::system(command.c_str());
+  Outcome outcome{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, contentOf(output), contentOf(errors)};
+  std::filesystem::remove(output);
+  std::filesystem::remove(errors);
+  return outcome;
+}
+
+std::string Desk::ok(const std::string& words) const {
+  const Outcome outcome = run(words);
+  EXPECT_EQ(outcome.status, 0) << words << "\n" << outcome.err;
+  EXPECT_EQ(outcome.err, "") << words;
+  return outcome.out;
+}
+
+Json Desk::json(const std::string& words) const {
+  const Outcome outcome = run("--json " + words);
+  if (outcome.status != 0 || !outcome.err.empty()) {
+    throw std::runtime_error(words + ": " + outcome.err);
+  }
+  return Json::parse(outcome.out);
+}
+
+void Desk::write(const std::string& name, const std::string& bytes) const {
+  std::ofstream(path(name), std::ios::binary) << bytes;
+}
+
+std::string Desk::read(const std::string& name) const { return contentOf(path(name)); }
+
+void Desk::sql(const std::string& statement, const std::string& document) const {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(path(document).c_str(), &database, SQLITE_OPEN_READWRITE, nullptr),
+            SQLITE_OK);
+  char* message = nullptr;
+  EXPECT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, &message), SQLITE_OK)
+      << statement << ": " << (message != nullptr ? message : "");
+  EXPECT_GT(sqlite3_changes(database), 0) << statement;
+  sqlite3_free(message);
+  sqlite3_close(database);
+}
+
+void Desk::furnish() const {
+  ok("new book --year 2025");
+  ok("account add 1930 Bank");
+  ok("account add 2440 Payables");
+  ok("account add 3001 Sales");
+  ok("account add 4010 Timber");
+  ok("tag add 10 Kitchens");
+  ok("tag add 20 Furniture");
+}
+
+std::string plain(std::string text) {
+  for (const auto& [from, to] : {std::pair{"\u00A0", " "}, std::pair{"\u2212", "-"}}) {
+    const std::string mark = from;
+    for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
+      text.replace(at, mark.size(), to);
+    }
+  }
+  return text;
+}
+
+}  // namespace bokfolio::test
