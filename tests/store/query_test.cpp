@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
+#include <limits>
 #include <set>
 #include <string>
 #include <vector>
@@ -222,6 +222,14 @@ TEST_F(QuestionTest, FindsTheGreatestPastRefusedOnes) {
   goods[983]->setValueForKey(Date::fromSeconds(0), "made");
   EXPECT_EQ(find("shop == %@ AND code == 3"), goods[973]);
   EXPECT_EQ(find("shop == %@ AND made < 1970-01-01T00:00:01Z AND code != 0"), goods[1]);
+
+  // The two lowest integers share a code.
+  constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
+  goods[5]->setValueForKey(kLeast + 1, "code");
+  goods[6]->setValueForKey(kLeast, "code");
+  EXPECT_EQ(context().fetchEntitiesWithName("Good", Predicate("code != nil"),
+                                            {{SortDescriptor("code")}}, 1),
+            std::vector<Record*>{goods[6]});
 }
 
 TEST_F(QuestionTest, SetsAreQuestions) {
