@@ -27,10 +27,13 @@ const Environment& Context::environment() const { return parts_->environment; }
 
 const Schema& Context::schema() const { return *parts_->schema; }
 
+const Entity* Context::entityForName(std::string_view name) const {
+  return parts_->schema->find(name);
+}
+
 Persistence& Context::persistence() { return *parts_->persistence; }
 
 // --- Records
-// --------------------------------------------------------------------------------------
 
 Record* Context::insertNewObject(std::string_view entityName) {
   Record* record = parts_->make(parts_->schema->entity(entityName));
@@ -45,6 +48,8 @@ Record* Context::insertNewObject(std::string_view entityName) {
 
 void Context::deleteObject(Record* record) {
   if (record == nullptr || record->isGone()) return;
+  if (&record->managedObjectContext() != this)
+    throw StoreError(record->description() + " is not a record of this context");
   parts_->journal.remove(*record);
 }
 
@@ -52,11 +57,11 @@ Record* Context::find(std::string_view entityName, RecordId id) {
   const Entity& entity = parts_->schema->entity(entityName);
   parts_->load(entity);
   Record* record = parts_->of(entity).table.find(id);
-  return record != nullptr && RecordAccess::isLive(*record) ? record : nullptr;
+  if (record == nullptr || RecordAccess::slots(*record) == nullptr) return nullptr;
+  return RecordAccess::isLive(*record) ? record : nullptr;
 }
 
 // --- Fetching
-// -------------------------------------------------------------------------------------
 
 namespace {
 
@@ -89,12 +94,8 @@ std::size_t Context::count(std::string_view entityName, const std::optional<Pred
 }
 
 // --- Changes
-// --------------------------------------------------------------------------------------
 
-bool Context::hasChanges() const {
-  const auto& tracking = parts_->journal.tracking();
-  return !tracking.inserted().empty() || !tracking.deleted().empty() || !updatedObjects().empty();
-}
+bool Context::hasChanges() const { return internal::hasChanges(*parts_); }
 
 std::vector<Record*> Context::insertedObjects() const {
   return parts_->journal.tracking().inserted();
@@ -102,8 +103,8 @@ std::vector<Record*> Context::insertedObjects() const {
 
 std::vector<Record*> Context::updatedObjects() const {
   std::vector<Record*> updated;
-  for (Record* record : parts_->journal.tracking().touched())
-    if (!internal::changedProperties(*parts_, *record).empty()) updated.push_back(record);
+  for (const auto& each : parts_->journal.tracking().touched())
+    if (internal::isChanged(each)) updated.push_back(each.record);
   return updated;
 }
 
@@ -128,7 +129,6 @@ void Context::closeUndoGroup() { parts_->journal.closeGroup(); }
 void Context::setUndoEnabled(bool enabled) { parts_->journal.setUndoEnabled(enabled); }
 
 // --- Observation
-// ----------------------------------------------------------------------------------
 
 ObservationToken Context::observe(Record& record, std::string_view keyPath, Observer observer) {
   return parts_->observers.observe(record, keyPath, std::move(observer));

@@ -7,7 +7,8 @@
 // same records. Replaying writes stored values and announces them, but runs no setter, no hook and
 // no awakeFromInsert. Saving and rolling back empty both stacks: what is saved can not be undone.
 // Primitive writes outside their brackets and what happens to a record in the group that inserted
-// it are not undone singly; the record goes and comes as a whole.
+// it are not undone singly; the record goes and comes as a whole. A link that was written past undo
+// is nil while its record is away.
 #pragma once
 
 #include <cstddef>
@@ -45,12 +46,13 @@ class BOKFOLIO_EXPORT Context {
 
   const Environment& environment() const;
   const Schema& schema() const;
+  // The description of an entity, nullptr when the model has none of that name.
+  const Entity* entityForName(std::string_view name) const;
   Persistence& persistence();
 
   // --- Records
-  // ------------------------------------------------------------------------------------ A new
-  // record of the entity with the model's defaults; its awakeFromInsert has run. Throws
-  // UndefinedKeyError for an entity that the model lacks.
+  // A new record of the entity with the model's defaults; its awakeFromInsert has run. Throws
+  // UndefinedKeyError for an entity that the model lacks, LoadError when the engine has no id.
   Record* insertNewObject(std::string_view entityName);
   template <class T>
   T* insert() {
@@ -58,18 +60,17 @@ class BOKFOLIO_EXPORT Context {
   }
   // Marks the record deleted and applies the delete rules to its relationships: it is in no fetch
   // and in no set any more. Its attributes can be read until the next save. Deleting twice is
-  // nothing.
+  // nothing. Throws StoreError for a record of another context.
   void deleteObject(Record* record);
-  // The record with that id, or nullptr.
+  // The record with that id, or nullptr. Throws LoadError when the engine reports an error.
   Record* find(std::string_view entityName, RecordId id);
 
   // --- Fetching
-  // ----------------------------------------------------------------------------------- The records
-  // of an entity that satisfy the predicate (nullopt: all), in the given order (nullopt:
-  // unspecified, in fact ascending id), at most `fetchLimit` of them (-1 and 0: no limit).
-  // Conditions compare stored values; unsaved changes count. nullopt when the engine reports an
-  // error, which is neither passed out nor logged. Throws UndefinedKeyError for an unknown entity
-  // or key.
+  // The records of an entity that satisfy the predicate (nullopt: all), in the given order
+  // (nullopt: unspecified, in fact ascending id), at most `fetchLimit` of them (-1 and 0: no
+  // limit). Conditions compare stored values; unsaved changes count. nullopt when the engine
+  // reports an error, which is neither passed out nor logged. Throws UndefinedKeyError for an
+  // unknown entity or key.
   std::optional<std::vector<Record*>> fetchEntitiesWithName(
       std::string_view entityName, const std::optional<Predicate>& predicate = std::nullopt,
       const std::optional<std::vector<SortDescriptor>>& sortDescriptors = std::nullopt,
@@ -93,12 +94,11 @@ class BOKFOLIO_EXPORT Context {
     const auto found = fetch<T>(predicate, order, 1);
     return found.empty() ? nullptr : found.front();
   }
-  // Number of matches.
+  // Number of matches. Throws LoadError when the engine reports an error.
   std::size_t count(std::string_view entityName,
                     const std::optional<Predicate>& predicate = std::nullopt);
 
   // --- Changes
-  // ------------------------------------------------------------------------------------
   bool hasChanges() const;
   std::vector<Record*> insertedObjects() const;
   std::vector<Record*> updatedObjects() const;
@@ -107,9 +107,10 @@ class BOKFOLIO_EXPORT Context {
   // Validates every inserted and updated record, then writes all changes at once. false: nothing is
   // changed, in memory or in the document. Errors: the record's own; in the store's domain 1550
   // when a record refused without an error, 1600 for a deletion that a Deny rule forbids; the
-  // engine's.
+  // engine's. While a save validates, hooks may change records, but saving, rolling back and undo
+  // throw StoreError.
   bool save(ErrorOut error = nullptr);
-  // Back to the last saved state, exactly. Inserted records become shells.
+  // Back to the last saved state, exactly. Inserted records become shells. Transient values stay.
   void rollback();
 
   bool undo();
@@ -121,13 +122,15 @@ class BOKFOLIO_EXPORT Context {
   void setUndoEnabled(bool enabled);
 
   // --- Observation
-  // -------------------------------------------------------------------------------- Observes a key
-  // or key path of a record.
+  // Observes a key or a key path of a record. Throws UndefinedKeyError for a key that the entity,
+  // or one that the path leads to, lacks.
   [[nodiscard]] ObservationToken observe(Record& record, std::string_view keyPath,
                                          Observer observer);
 
   // Runs `work` on the record after the delay, through the environment's run loop, unless the
-  // record or the context has gone by then. What it changes belongs to the record's insertion.
+  // record or the context has gone by then. What it changes belongs to the record's insertion: undo
+  // takes both back together when nothing else was changed in between; otherwise what it writes to
+  // the record itself is not undone singly.
   void performAfterDelay(Record& record, std::int64_t microseconds,
                          std::function<void(Record&)> work);
 

@@ -26,6 +26,29 @@ bool isRelationship(const PropertyDescription& property) {
   return property.kind == PropertyKind::ToOne || property.kind == PropertyKind::ToMany;
 }
 
+bool holdsDefault(const PropertyDescription& property) {
+  const Value& value = property.defaultValue;
+  if (value.isNil()) return true;
+  switch (property.kind) {
+    case PropertyKind::Integer:
+      return value.asInteger().has_value();
+    case PropertyKind::Double:
+      return value.asDouble().has_value();
+    case PropertyKind::Decimal:
+      return value.asDecimal().has_value();
+    case PropertyKind::String:
+      return value.string() != nullptr;
+    case PropertyKind::Date:
+      return value.date() != nullptr;
+    case PropertyKind::Binary:
+      return value.bytes() != nullptr;
+    case PropertyKind::ToOne:
+    case PropertyKind::ToMany:
+      return false;
+  }
+  return false;
+}
+
 // Finds every fault of one entity and words each as "Entity.key: what is wrong".
 class EntityInspection {
  public:
@@ -35,8 +58,10 @@ class EntityInspection {
 
   void run() {
     inspectNames();
-    for (const auto& property : entity_.properties)
+    for (const auto& property : entity_.properties) {
       if (isRelationship(property)) inspectRelationship(property);
+      if (!holdsDefault(property)) report(property.name, "cannot hold its default");
+    }
     for (const auto& index : entity_.indexes) inspectIndex(index);
     if (entity_.indexes.size() > kMaximumIndexes) report("", "too many indexes");
     if (entity_.properties.size() > kMaximumProperties) report("", "too many properties");

@@ -36,7 +36,7 @@ enum class PropertyKind : std::uint8_t {
 enum class DeleteRule : std::uint8_t {
   Nullify,  // their side of the relationship is cleared
   Cascade,  // they are deleted too
-  Deny,     // while there are any, the deletion does not pass the validation of a save
+  Deny,     // while there are any, they stay linked and the deletion does not pass a save
 };
 
 using KeyGetter = Value (*)(const Record&);
@@ -99,7 +99,8 @@ class BOKFOLIO_EXPORT Model {
   const std::vector<EntityDescription>& entities() const { return entities_; }
 
   // Every fault at once: names taken twice, missing or wrong inverses, targets and index keys that
-  // do not exist, dependencies that run in a circle.
+  // do not exist, defaults that their key cannot hold, dependencies that run in a circle within an
+  // entity.
   std::vector<std::string> faults() const;
   // Throws ModelError, listing all faults, when there are any.
   std::shared_ptr<const Schema> freeze() const;

@@ -1,6 +1,7 @@
 // Observation: being told before and after a key of a record changes. Keys that depend on others
-// are announced when those change, across relationships too; one change announces a key once.
-// Observing one record costs nothing for the others.
+// are announced when those change, across to-one relationships too; one change announces a key
+// once. Of a to-many key the membership is announced, from either side of the relationship. What is
+// not observed pays nothing.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +23,13 @@ struct Change {
 };
 
 // Called before (Will) and after (Did) each change, in pairs. It may observe more, end
-// observations, change and delete records; an observation that ends meanwhile is not called again.
+// observations, change and delete records, even those of the change: a change whose record was
+// deleted before it throws RecordGoneError. An observation that ends meanwhile is not called again.
+// What an observer throws stops neither the change nor the other observers; the first exception
+// reaches the caller when the change is complete.
+//
+// Undo, redo, rollback and a deletion with all that it takes along are one change each: Will is
+// heard before anything of it, Did after all of it.
 using Observer = std::function<void(const Change&)>;
 
 // The observation lasts as long as its token. Tokens may outlive the context.

@@ -28,7 +28,6 @@ const Property& propertyOf(const Record& record, std::string_view name) {
 
 WriteMode modeOf(bool announce) { return announce ? WriteMode::Announced : WriteMode::Primitive; }
 
-// Writing what is there already changes nothing and is only announced.
 template <class Same, class Assign>
 void writeSlot(Record& record, std::uint16_t ordinal, bool isNil, bool announce, Same same,
                Assign assign) {
@@ -38,9 +37,7 @@ void writeSlot(Record& record, std::uint16_t ordinal, bool isNil, bool announce,
   const bool unchanged =
       slots.isNil(ordinal) == isNil && (isNil || same(slots)) && RecordAccess::isLive(record);
   if (unchanged) {
-    if (!announce || !store.observers.any()) return;
-    store.observers.willChange(record, property.key());
-    store.observers.didChange(record, property.key());
+    store.journal.announceOnly(record, property, modeOf(announce));
     return;
   }
   store.journal.write(record, property, modeOf(announce), [&](SlotWriter writer) {
@@ -66,7 +63,6 @@ const std::string& Record::entityName() const { return entity_->name(); }
 std::string Record::description() const { return entityName() + " " + std::to_string(id_); }
 
 // --- Key access
-// -----------------------------------------------------------------------------------
 
 Value Record::valueForKey(std::string_view name) const {
   const Key& key = keyOf(*this, name);
@@ -107,7 +103,7 @@ void Record::willChangeValueForKey(std::string_view name) {
   const Key* key = entity_->key(name);
   if (key == nullptr) return;
   if (key->property != nullptr) store.journal.openBracket(*this, *key);
-  if (store.observers.any()) store.observers.willChange(*this, *key);
+  store.observers.willChange(*this, *key);
 }
 
 void Record::didChangeValueForKey(std::string_view name) {
@@ -115,7 +111,7 @@ void Record::didChangeValueForKey(std::string_view name) {
   const Key* key = entity_->key(name);
   if (key == nullptr) return;
   if (key->property != nullptr) store.journal.closeBracket(*this, *key);
-  if (store.observers.any()) store.observers.didChange(*this, *key);
+  store.observers.didChange(*this, *key);
 }
 
 void Record::willAccessValueForKey(std::string_view) const { context_->parts().slots(*this); }
@@ -123,7 +119,6 @@ void Record::willAccessValueForKey(std::string_view) const { context_->parts().s
 void Record::didAccessValueForKey(std::string_view) const {}
 
 // --- Typed slots
-// ----------------------------------------------------------------------------------
 
 namespace {
 
@@ -181,7 +176,7 @@ void Record::writeInteger(std::uint16_t ordinal, std::optional<std::int64_t> val
 
 void Record::writeDouble(std::uint16_t ordinal, std::optional<double> value, bool announce) {
   writeSlot(
-      *this, ordinal, !value, announce, [](SlotView) { return false; },
+      *this, ordinal, !value, announce, [&](SlotView s) { return s.real(ordinal) == *value; },
       [&](SlotWriter w) { w.setReal(ordinal, *value); });
 }
 

@@ -76,12 +76,14 @@ class BOKFOLIO_EXPORT Record {
   Value valueForKeyPath(std::string_view path) const;
 
   // The stored value, past every accessor. Writing announces nothing, and undo restores it only
-  // when it stands between willChangeValueForKey and didChangeValueForKey of its key.
+  // when it stands between willChangeValueForKey and didChangeValueForKey of its key, or when the
+  // key is one end of a one-to-one relationship.
   Value primitiveValueForKey(std::string_view key) const;
   void setPrimitiveValueForKey(const Value& value, std::string_view key);
 
   // Brackets around a primitive access: observers of the key, and of keys that depend on it, are
-  // told before and after. Keys that the entity does not know are ignored.
+  // told before and after; when the key is a relationship, those of its far side by the write.
+  // Keys that the entity does not know are ignored.
   void willChangeValueForKey(std::string_view key);
   void didChangeValueForKey(std::string_view key);
   void willAccessValueForKey(std::string_view key) const;
@@ -105,8 +107,9 @@ class BOKFOLIO_EXPORT Record {
   virtual std::string description() const;
 
   // Sets the to-one relationship `key` from a record or nil, or from a number or text that is
-  // looked up in the entity named by the capitalised key with "number == %@"; no match clears it.
-  // The value is stored between will- and did-change; the class's own setter is not called again.
+  // looked up in the entity named by the capitalised key with "number == %@"; no match clears it,
+  // ValueKindError for other kinds. The value is stored between will- and did-change; the class's
+  // own setter is not called again.
   void setObject(const Value& value, std::string_view key);
   // The same; a text is first read as an integer (leading digits; without digits 0).
   void setNumberedObject(const Value& value, std::string_view key);
@@ -126,8 +129,7 @@ class BOKFOLIO_EXPORT Record {
                                                    const Environment& environment);
 
   // --- For record classes
-  // ------------------------------------------------------------------------- The stored value; no
-  // accessor. nullopt is nil.
+  // The stored value; no accessor. nullopt is nil.
   template <class T>
   std::optional<T> get(Slot<T> slot) const;
   template <class T>
@@ -160,6 +162,10 @@ class BOKFOLIO_EXPORT Record {
     kGone = 1 << 3,
     kRetracted = 1 << 4,  // its insertion was undone; redo may bring it back
     kBornHere = 1 << 5,   // inserted through this context: its far sets were never elsewhere
+    kKept = 1 << 6,       // tracking keeps its saved values
+    kNew = 1 << 7,        // inserted in the open undo group
+    kLeaving = 1 << 8,    // its deletion is under way
+    kObserved = 1 << 9,   // somebody listens
   };
 
   std::optional<std::int64_t> readInteger(std::uint16_t ordinal) const;

@@ -1,8 +1,5 @@
 // The helpers that every record has: relationships set from numbers and names, copied keys, merged
 // and collected validation errors.
-#include <algorithm>
-#include <cctype>
-
 #include "bokfolio/platform/environment.hpp"
 #include "bokfolio/store/context.hpp"
 #include "bokfolio/store/internal/store_parts.hpp"
@@ -17,11 +14,17 @@ constexpr int kMissingMandatoryProperty = 1570;
 constexpr int kMultipleErrors = 1560;
 constexpr int kMergedErrors = 1550;
 
+bool isLetter(char letter, char first, char last) { return letter >= first && letter <= last; }
+
 // "account" gives "Account": the keys used this way are single words in ASCII.
 std::string capitalised(std::string_view key) {
+  constexpr char kCase = 'a' - 'A';
   std::string name(key);
-  for (char& letter : name) letter = static_cast<char>(std::tolower(letter));
-  if (!name.empty()) name[0] = static_cast<char>(std::toupper(name[0]));
+  for (char& letter : name) {
+    const bool first = &letter == name.data();
+    if (first && isLetter(letter, 'a', 'z')) letter = static_cast<char>(letter - kCase);
+    if (!first && isLetter(letter, 'A', 'Z')) letter = static_cast<char>(letter + kCase);
+  }
   return name;
 }
 
@@ -45,9 +48,14 @@ Record* firstMatch(Context& context, std::string_view entity, const Predicate& p
   return found && !found->empty() ? found->front() : nullptr;
 }
 
-void storeRelated(Record& record, Record* related, std::string_view key) {
+void storeRelated(Record& record, const Value& related, std::string_view key) {
   record.willChangeValueForKey(key);
-  record.setPrimitiveValueForKey(related, key);
+  try {
+    record.setPrimitiveValueForKey(related, key);
+  } catch (...) {
+    record.didChangeValueForKey(key);
+    throw;
+  }
   record.didChangeValueForKey(key);
 }
 
@@ -55,7 +63,7 @@ void storeRelated(Record& record, Record* related, std::string_view key) {
 
 void Record::setObject(const Value& value, std::string_view key) {
   if (value.string() == nullptr && !value.isNumber()) {
-    storeRelated(*this, value.record(), key);
+    storeRelated(*this, value, key);
     return;
   }
   storeRelated(*this,
@@ -71,11 +79,13 @@ void Record::setNamedObject(const Value& value, std::string_view key) {
 }
 
 void Record::setNamedObject(const Value& value, std::string_view type, std::string_view key) {
-  Record* related =
-      value.string() != nullptr
-          ? firstMatch(*context_, capitalised(type), Predicate("name LIKE[c] %@", {value}), -1)
-          : value.record();
-  storeRelated(*this, related, key);
+  if (value.string() == nullptr) {
+    storeRelated(*this, value, key);
+    return;
+  }
+  storeRelated(*this,
+               firstMatch(*context_, capitalised(type), Predicate("name LIKE[c] %@", {value}), -1),
+               key);
 }
 
 void Record::copyKeys(const std::vector<std::string>& keys, Record& target) const {

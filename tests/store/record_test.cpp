@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "bokfolio/store/bindings.hpp"
 #include "bokfolio/store/store_error.hpp"
 #include "tests/store/test_model.hpp"
 
@@ -80,6 +81,34 @@ TEST_F(RecordTest, KeyAccessRunsTheSameAccessorsAndRefusesWhatDoesNotFit) {
   EXPECT_THROW(child->valueForKey("nothing"), UndefinedKeyError);
   EXPECT_THROW(context->insertNewObject("Nobody"), UndefinedKeyError);
   EXPECT_EQ(child->amount(), Decimal(3)) << "a refused value leaves the old one";
+
+  // Members that do not fit leave all as they were.
+  auto* label = context->insert<Label>();
+  auto elsewhere = Context::open(schema, makeMemoryPersistence(), world.environment);
+  EXPECT_THROW(parent->setValueForKey(RecordSet({label}), "children"), ValueKindError);
+  EXPECT_THROW(parent->setValueForKey(RecordSet({elsewhere->insert<Child>()}), "children"),
+               StoreError);
+  auto* gone = context->insert<Child>();
+  context->deleteObject(gone);
+  EXPECT_THROW(parent->setValueForKey(RecordSet({gone}), "children"), RecordGoneError);
+  EXPECT_EQ(parent->children().snapshot(), std::vector<Record*>{child});
+  EXPECT_THROW(elsewhere->deleteObject(child), StoreError);
+}
+
+TEST_F(RecordTest, WritingWhatIsThereChangesNothing) {
+  auto* parent = context->insert<Parent>();
+  auto* child = context->insert<Child>();
+  child->setAmount(3);
+  child->setParent(parent);
+  ASSERT_TRUE(context->save());
+  child->setAmount(3);
+  child->setValueForKey(3, "amount");
+  child->setParent(parent);
+  child->setValueForKey(parent, "parent");
+  child->setSponsor(nullptr);
+  parent->setValueForKey(RecordSet({child}), "children");
+  EXPECT_FALSE(child->isUpdated());
+  EXPECT_FALSE(context->canUndo());
 }
 
 TEST_F(RecordTest, RelationshipsAreSetFromNumbersAndNames) {
@@ -102,6 +131,8 @@ TEST_F(RecordTest, RelationshipsAreSetFromNumbersAndNames) {
   EXPECT_EQ(child->sponsor(), first);
   first->setNumber(0);
   EXPECT_EQ(parentAfter([&] { child->setNumberedObject("letters", "parent"); }), first);
+  EXPECT_THROW(child->setObject(Date(), "parent"), ValueKindError);
+  EXPECT_EQ(child->parent(), first) << "what is no reference does not clear it";
 }
 
 TEST_F(RecordTest, CopiesKeysAndPassesOverThoseThatAreMissing) {
@@ -155,58 +186,16 @@ TEST_F(RecordTest, HooksJudgeAndRepairProposals) {
   EXPECT_TRUE(label->validateForUpdate()) << "empty is not nil";
 }
 
-TEST_F(RecordTest, ObserversHearOfDependentKeysOnceAndAcrossRelationships) {
-  auto* parent = context->insert<Parent>();
-  auto* other = context->insert<Parent>();
-  auto* child = context->insert<Child>();
-  std::vector<std::string> heard;
-  const auto note = [&](const Change& change) {
-    heard.push_back((change.phase == Change::Phase::Will ? "will " : "did ") + *change.key);
-  };
-  const auto changes = [&](const auto& work) {
-    heard.clear();
-    work();
-    return heard;
-  };
-  using Heard = std::vector<std::string>;
-  const Heard once{"will family", "did family"};
-  auto token = context->observe(*child, "family", note);
-  EXPECT_EQ(changes([&] { child->setAmount(5); }), once);
-  EXPECT_EQ(changes([&] { child->setRank(5); }), Heard{});
-  EXPECT_EQ(changes([&] { child->setParent(parent); }), once);
-  EXPECT_EQ(changes([&] { parent->setName("x"); }), once);
-  EXPECT_EQ(changes([&] { child->setParent(other); }), once);
-  EXPECT_EQ(changes([&] { parent->setName("y"); }), Heard{}) << "no longer at the far end";
-  EXPECT_EQ(changes([&] { other->setNumber(3); }), once);
-  EXPECT_EQ(
-      changes([&] { other->willChangeValueForKey("title"), other->didChangeValueForKey("title"); }),
-      once);
-  token.end();
-  EXPECT_EQ(changes([&] { child->setAmount(6); }), Heard{});
-
-  auto members = context->observe(*parent, "children", note);
-  EXPECT_EQ(changes([&] { child->setParent(parent); }), (Heard{"will children", "did children"}));
-  auto path = context->observe(*child, "parent.name", note);
-  EXPECT_EQ(changes([&] { parent->setName("z"); }), (Heard{"will parent.name", "did parent.name"}));
-}
-
-TEST_F(RecordTest, ObserversMayChangeTheirOwnNumber) {
-  auto* parent = context->insert<Parent>();
-  int calls = 0;
-  ObservationToken first;
-  ObservationToken second;
-  first = context->observe(*parent, "name", [&](const Change& change) {
-    ++calls;
-    if (change.phase != Change::Phase::Will) return;
-    first.end();
-    second = context->observe(*parent, "name", [&](const Change&) { ++calls; });
-  });
-  parent->setName("a");
-  EXPECT_EQ(calls, 1) << "ended within the call, and the new one heard no beginning";
-  parent->setName("b");
-  EXPECT_EQ(calls, 3);
-  auto survivor = context->observe(*parent, "name", [](const Change&) {});
-  context.reset();
+TEST_F(RecordTest, BindingsAreSatisfied) {
+  ArrayController controller;
+  EXPECT_EQ(controller.singleSelectedObject(), nullptr);
+  auto* first = context->insert<Parent>();
+  controller.setSelectedObjects({context->insert<Child>(), first});
+  EXPECT_EQ(controller.singleSelectedObject(), controller.selectedObjects().front());
+  EXPECT_NE(controller.singleSelectedObject(), first);
+  TableColumn column;
+  column.setValueForUndefinedKey(5, "width");
+  EXPECT_EQ(column.valueForUndefinedKey("width"), Value("Urk"));
 }
 
 TEST_F(RecordTest, ModelsReportAllTheirFaultsAtOnce) {
@@ -216,6 +205,7 @@ TEST_F(RecordTest, ModelsReportAllTheirFaultsAtOnce) {
   parent.properties[1].name = "number";
   parent.indexes.push_back({{"missing"}});
   parent.dependencies.push_back({"number", {"title"}});
+  parent.properties[2].defaultValue = "text";
   model.add(std::move(parent)).add(Child::table());
   const auto faults = model.faults();
   const auto mentions = [&](std::string_view text) {
@@ -223,9 +213,9 @@ TEST_F(RecordTest, ModelsReportAllTheirFaultsAtOnce) {
       return fault.find(text) != std::string::npos;
     });
   };
-  for (const auto* text :
-       {"Parent.number: is declared twice", "its inverse nobody does not exist",
-        "unknown entity Label", "Parent.missing: is indexed but not stored", "depends on itself"})
+  for (const auto* text : {"Parent.number: is declared twice", "its inverse nobody does not exist",
+                           "unknown entity Label", "Parent.missing: is indexed but not stored",
+                           "depends on itself", "Parent.scratch: cannot hold its default"})
     EXPECT_TRUE(mentions(text)) << text;
   EXPECT_THROW(model.freeze(), ModelError);
 }

@@ -2,11 +2,13 @@
 // inverse, indexes, a derived key that crosses a relationship. It knows no bookkeeping.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 
 #include "bokfolio/store/context.hpp"
 #include "bokfolio/store/entity_table.hpp"
+#include "bokfolio/store/persistence/faults/fault_injecting_persistence.hpp"
 #include "bokfolio/store/persistence/memory/memory_persistence.hpp"
 #include "bokfolio/store/schema.hpp"
 #include "tests/world/world.hpp"
@@ -134,15 +136,50 @@ inline std::shared_ptr<const Schema> testSchema() {
 // A context on a document in memory that can be closed and opened again.
 struct TestStore {
   TestStore() { reopen(); }
+  // What was not saved is lost.
   void reopen() {
     context.reset();
-    context = Context::open(schema, makeMemoryPersistence(document), world.environment);
+    context = Context::open(
+        schema, makeFaultInjectingPersistence(makeMemoryPersistence(document), engineFaults),
+        world.environment);
   }
 
   TestWorld world;
   std::shared_ptr<const Schema> schema = testSchema();
   std::shared_ptr<MemoryDocument> document = std::make_shared<MemoryDocument>();
+  std::shared_ptr<PersistenceFaults> engineFaults = std::make_shared<PersistenceFaults>();
   std::unique_ptr<Context> context;
 };
+
+// Everything that a document holds, as text by record.
+using Dump = std::map<std::string, std::string>;
+
+inline std::string textOf(const Value& value) {
+  if (const Record* record = value.record())
+    return record->entityName() + std::to_string(record->id());
+  return value.isNil() ? "nil" : value.description();
+}
+
+inline Dump dump(Context& context) {
+  Dump all;
+  for (const Entity& entity : context.schema().entities()) {
+    const auto records = context.fetchEntitiesWithName(entity.name());
+    for (const Record* record : *records) {
+      std::string& text = all[entity.name() + std::to_string(record->id())];
+      for (const Property& property : entity.properties()) {
+        if (property.transient()) continue;
+        text += property.name() + '=';
+        const Value value = record->primitiveValueForKey(property.name());
+        if (const auto* members = value.records()) {
+          for (const Record* member : members->snapshot()) text += textOf(member) + ',';
+        } else {
+          text += textOf(value);
+        }
+        text += ';';
+      }
+    }
+  }
+  return all;
+}
 
 }  // namespace bokfolio::test

@@ -1,50 +1,53 @@
 // ChangeTracking: what was inserted, updated and deleted since the last save, with the saved values
 // of everything that was touched. Saving reads it to write the difference, rolling back to undo it.
+// The records' own flags say what they are; the lists here only remember where to look, so that
+// noting a change costs next to nothing.
 #pragma once
 
 #include <cstddef>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "bokfolio/store/internal/record_access.hpp"
 
 namespace bokfolio::internal {
 
+// A record that was touched and its values of before; the block is from the entity's pool.
+struct SavedValues {
+  Record* record;
+  std::byte* slots;
+};
+
 class ChangeTracking {
  public:
-  bool empty() const { return inserted_.empty() && saved_.empty() && deleted_.empty(); }
-
-  void addInserted(Record& record) { inserted_.insert(&record); }
-  void dropInserted(Record& record) { inserted_.erase(&record); }
-  void addDeleted(Record& record) { deleted_.insert(&record); }
-  void dropDeleted(Record& record) { deleted_.erase(&record); }
-
-  // The saved values of a record that is about to change; the block is from the entity's pool.
-  bool hasSaved(Record& record) const { return saved_.count(&record) != 0; }
-  void keepSaved(Record& record, std::byte* slots) { saved_.emplace(&record, slots); }
-  const std::byte* saved(Record& record) const {
-    const auto found = saved_.find(&record);
-    return found == saved_.end() ? nullptr : found->second;
+  // Once a record.
+  void addInserted(Record& record) { inserted_.push_back(&record); }
+  // A record that the document has; whenever it is deleted.
+  void addDeleted(Record& record) { deleted_.push_back(&record); }
+  bool hasSaved(const Record& record) const {
+    return RecordAccess::has(record, RecordAccess::kKept);
+  }
+  void keepSaved(Record& record, std::byte* slots) {
+    saved_.push_back({&record, slots});
+    RecordAccess::raise(record, RecordAccess::kKept);
   }
 
-  // In order of entity and id, so that what is done over them repeats exactly.
+  // All of these in order of entity and id, so that what is done over them repeats exactly.
+  // Inserted and still there.
   std::vector<Record*> inserted() const;
+  // Inserted and deleted again, or taken back by undo: no document will know them.
+  std::vector<Record*> unborn() const;
   std::vector<Record*> deleted() const;
   // Records with kept values that are not deleted; some may be back at them.
-  std::vector<Record*> touched() const;
-  const std::unordered_map<Record*, std::byte*>& savedSlots() const { return saved_; }
+  std::vector<SavedValues> touched() const;
 
-  void clear() {
-    inserted_.clear();
-    deleted_.clear();
-    saved_.clear();
-  }
+  const std::vector<SavedValues>& saved() const { return saved_; }
+  // Everything is as the document has it. The blocks are the caller's to free.
+  void clear();
 
  private:
-  std::unordered_set<Record*> inserted_;
-  std::unordered_set<Record*> deleted_;
-  std::unordered_map<Record*, std::byte*> saved_;
+  std::vector<Record*> inserted_;  // whatever became of them
+  std::vector<Record*> deleted_;   // some were brought back, some stand here twice
+  std::vector<SavedValues> saved_;
 };
 
 }  // namespace bokfolio::internal

@@ -129,10 +129,13 @@ void Index::build(const std::vector<Record*>& records) {
 }
 
 void Index::detach(Record& record) {
-  std::uint16_t& detached = RecordAccess::detachedIndexes(record);
-  if ((detached & bit()) != 0) return;
+  if ((RecordAccess::detachedIndexes(record) & bit()) != 0) return;
   entries_.erase(entryOf(record));
-  detached |= bit();
+  await(record);
+}
+
+void Index::await(Record& record) {
+  RecordAccess::detachedIndexes(record) |= bit();
   waiting_.push_back(&record);
 }
 

@@ -78,11 +78,12 @@ class Index {
   const Blocks& entries() const { return entries_; }
 
   // --- For the journal and the loader
-  // ------------------------------------------------------------- All of these records, which must
-  // have their values in memory.
+  // All of these records, which must have their values in memory.
   void build(const std::vector<Record*>& records);
   // Takes the record out before an indexed value changes; it waits to be taken in again.
   void detach(Record& record);
+  // A record that is not in the index waits to be taken in.
+  void await(Record& record);
   // Takes the record out, or forgets that it waits, because it is no longer live.
   void drop(Record& record);
   void attachWaiting();

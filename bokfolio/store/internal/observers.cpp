@@ -1,6 +1,7 @@
 #include "bokfolio/store/internal/observers.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include "bokfolio/store/context.hpp"
 #include "bokfolio/store/internal/store_parts.hpp"
@@ -13,28 +14,26 @@ struct Observation {
   std::string keyPath;
   Observer observer;
   bool active = true;
-  bool follows = false;              // its path or a dependency crosses a relationship
-  std::vector<const Record*> heard;  // records that hold listeners of this observation
+  bool follows = false;        // its path or a dependency crosses a relationship
+  std::vector<Record*> heard;  // records that hold listeners of this observation
 };
-
-namespace {
 
 // What a token holds: ending it takes the listeners away, if the context is still there.
 struct Registration {
   std::weak_ptr<Observers*> owner;
   std::shared_ptr<Observation> observation;
-  std::function<void(Observers&, Observation&)> unhang;
 
-  Registration(std::weak_ptr<Observers*> observers, std::shared_ptr<Observation> observed,
-               std::function<void(Observers&, Observation&)> removal)
-      : owner(std::move(observers)), observation(std::move(observed)), unhang(std::move(removal)) {}
+  Registration(std::weak_ptr<Observers*> observers, std::shared_ptr<Observation> observed)
+      : owner(std::move(observers)), observation(std::move(observed)) {}
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;
   ~Registration() {
     observation->active = false;
-    if (const auto observers = owner.lock()) unhang(**observers, *observation);
+    if (const auto observers = owner.lock()) (*observers)->unhang(*observation);
   }
 };
+
+namespace {
 
 std::vector<std::string> splitPath(std::string_view path) {
   std::vector<std::string> parts;
@@ -46,6 +45,17 @@ std::vector<std::string> splitPath(std::string_view path) {
   }
 }
 
+// As far as the entities on the way are known.
+void checkPath(const Entity& entity, const std::vector<std::string>& path) {
+  const Entity* at = &entity;
+  for (const std::string& name : path) {
+    const Key* key = at->key(name);
+    if (key == nullptr) throw UndefinedKeyError(at->name() + " has no key named \"" + name + "\"");
+    if (key->property == nullptr || !key->property->isToOne()) return;
+    at = &key->property->target();
+  }
+}
+
 Record* farEnd(const Record& record, const Key& link) {
   if (link.property == nullptr || !link.property->isToOne()) return nullptr;
   const SlotView slots = record.managedObjectContext().parts().slots(record);
@@ -53,29 +63,22 @@ Record* farEnd(const Record& record, const Key& link) {
   return slots.isNil(ordinal) ? nullptr : slots.reference(ordinal);
 }
 
-void tell(const std::vector<std::shared_ptr<Observation>>& observations, Change::Phase phase) {
-  for (const auto& observation : observations)
-    if (observation->active)
-      observation->observer({observation->root, &observation->keyPath, phase});
-}
-
 }  // namespace
 
 Observers::~Observers() = default;
 
+// --- Who listens where
+
 ObservationToken Observers::observe(Record& record, std::string_view keyPath, Observer observer) {
+  checkPath(record.entity(), splitPath(keyPath));
   if (!self_) self_ = std::make_shared<Observers*>(this);
   auto observation = std::make_shared<Observation>();
   observation->root = &record;
   observation->keyPath = keyPath;
   observation->observer = std::move(observer);
-  if (record.entity().key(splitPath(keyPath).front()) == nullptr)
-    throw UndefinedKeyError(record.entityName() + " has no key named \"" +
-                            splitPath(keyPath).front() + "\"");
+  auto registration = std::make_shared<Registration>(self_, observation);
   hang(observation);
-  return ObservationToken(std::make_shared<Registration>(
-      self_, observation,
-      [](Observers& observers, Observation& ended) { observers.unhang(ended); }));
+  return ObservationToken(std::move(registration));
 }
 
 void Observers::hang(const std::shared_ptr<Observation>& observation) {
@@ -83,21 +86,29 @@ void Observers::hang(const std::shared_ptr<Observation>& observation) {
 }
 
 // Listens to step `step` of the path on this record, and to what follows on the record behind it.
-void Observers::listen(const std::shared_ptr<Observation>& observation, const Record& record,
+// Dependencies may lead round and come back; a key that is listened to already is not entered
+// again.
+void Observers::listen(const std::shared_ptr<Observation>& observation, Record& record,
                        const std::vector<std::string>& path, std::size_t step) {
   const Key* key = record.entity().key(path[step]);
   if (key == nullptr) return;
-  const bool last = step + 1 == path.size();
-  listeners_[&record].push_back({key->dependsOn, observation});
-  observation->heard.push_back(&record);
-  for (const auto& dependency : key->dependsOnPaths) listen(observation, record, dependency, 0);
-  if (last) return;
+  auto& listeners = listeners_[&record];
+  const bool known = std::any_of(listeners.begin(), listeners.end(), [&](const Listener& listener) {
+    return listener.observation == observation && listener.keys == &key->dependsOn;
+  });
+  if (!known) {
+    listeners.push_back({&key->dependsOn, observation});
+    RecordAccess::raise(record, RecordAccess::kObserved);
+    observation->heard.push_back(&record);
+    for (const auto& dependency : key->dependsOnPaths) listen(observation, record, dependency, 0);
+  }
+  if (step + 1 == path.size()) return;
   observation->follows = true;
-  if (const Record* far = farEnd(record, *key)) listen(observation, *far, path, step + 1);
+  if (Record* far = farEnd(record, *key)) listen(observation, *far, path, step + 1);
 }
 
 void Observers::unhang(Observation& observation) {
-  for (const Record* record : observation.heard) {
+  for (Record* record : observation.heard) {
     const auto found = listeners_.find(record);
     if (found == listeners_.end()) continue;
     auto& list = found->second;
@@ -106,46 +117,107 @@ void Observers::unhang(Observation& observation) {
                                 return listener.observation.get() == &observation;
                               }),
                list.end());
-    if (list.empty()) listeners_.erase(found);
+    if (!list.empty()) continue;
+    listeners_.erase(found);
+    RecordAccess::lower(*record, RecordAccess::kObserved);
   }
   observation.heard.clear();
 }
 
-std::vector<std::shared_ptr<Observation>> Observers::concerned(const Record& record,
-                                                               const Key& key) const {
-  std::vector<std::shared_ptr<Observation>> found;
+void Observers::addConcerned(const Record& record, const Key& key, Observations& found) const {
   const auto listeners = listeners_.find(&record);
-  if (listeners == listeners_.end()) return found;
+  if (listeners == listeners_.end()) return;
   for (const Listener& listener : listeners->second) {
-    if (!std::binary_search(listener.keys.begin(), listener.keys.end(), key.id)) continue;
+    if (!std::binary_search(listener.keys->begin(), listener.keys->end(), key.id)) continue;
     if (std::find(found.begin(), found.end(), listener.observation) == found.end())
       found.push_back(listener.observation);
   }
-  return found;
 }
 
-void Observers::willChange(const Record& record, const Key& key) {
-  announced_.push_back({&record, key.id, concerned(record, key)});
-  const auto told = announced_.back().told;
-  tell(told, Change::Phase::Will);
+// --- Telling
+
+void Observers::tell(const Observations& told, Change::Phase phase) noexcept {
+  ++holds_;
+  for (const auto& observation : told) {
+    if (!observation->active) continue;
+    try {
+      observation->observer({observation->root, &observation->keyPath, phase});
+    } catch (...) {
+      if (!failure_) failure_ = std::current_exception();
+    }
+  }
+  --holds_;
 }
 
-void Observers::didChange(const Record& record, const Key& key) {
-  const auto announced = std::find_if(
-      announced_.rbegin(), announced_.rend(),
-      [&](const Announced& each) { return each.record == &record && each.key == key.id; });
-  if (announced == announced_.rend()) return;
-  const auto told = std::move(announced->told);
-  announced_.erase(std::next(announced).base());
+void Observers::tellEnd(const Observations& told, bool relinked) noexcept {
   // The change may have moved far ends: everyone concerned is hung over before hearing of it.
-  if (key.property != nullptr && key.property->isToOne()) {
-    for (const auto& observation : told) {
-      if (!observation->active || !observation->follows) continue;
+  for (const auto& observation : told) {
+    if (!relinked || !observation->active || !observation->follows) continue;
+    try {
       unhang(*observation);
       hang(observation);
+    } catch (...) {
+      if (!failure_) failure_ = std::current_exception();
     }
   }
   tell(told, Change::Phase::Did);
+}
+
+void Observers::throwKept() {
+  if (holds_ == 0 && failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+}
+
+void Observers::willChange(Record& record, const Key& key) {
+  if (!areOn(record)) return;
+  Observations told;
+  addConcerned(record, key, told);
+  brackets_.push_back({&record, key.id, told});
+  tell(told, Change::Phase::Will);
+}
+
+void Observers::didChange(Record& record, const Key& key) {
+  const auto bracket = std::find_if(brackets_.rbegin(), brackets_.rend(), [&](const Bracket& each) {
+    return each.record == &record && each.key == key.id;
+  });
+  if (bracket == brackets_.rend()) return;
+  const Observations told = std::move(bracket->told);
+  brackets_.erase(std::next(bracket).base());
+  tellEnd(told, key.property != nullptr && key.property->isToOne());
+  throwKept();
+}
+
+Observers::Hold::~Hold() {
+  if (--observers_.holds_ == 0) observers_.failure_ = nullptr;
+}
+
+void Observers::Hold::release() {
+  if (observers_.holds_ > 1 || !observers_.failure_) return;
+  std::rethrow_exception(std::exchange(observers_.failure_, nullptr));
+}
+
+// --- One change
+
+void Announcement::addObserved(const Record& record, const Key& key) {
+  observers_.addConcerned(record, key, told_);
+  relinked_ = relinked_ || (key.property != nullptr && key.property->isToOne());
+}
+
+void Announcement::begin() {
+  begun_ = true;
+  ++observers_.holds_;
+  observers_.tell(told_, Change::Phase::Will);
+}
+
+void Announcement::finish() {
+  observers_.tellEnd(told_, relinked_);
+  begun_ = false;
+  --observers_.holds_;
+  observers_.throwKept();
+}
+
+void Announcement::abandon() noexcept {
+  observers_.tellEnd(told_, relinked_);
+  if (--observers_.holds_ == 0) observers_.failure_ = nullptr;
 }
 
 }  // namespace bokfolio::internal

@@ -12,15 +12,34 @@ namespace {
 
 constexpr int kRefusedWithoutError = 1550;
 constexpr int kDeletionDenied = 1600;
-// A hook may change records that were valid already; those are validated again, but a circle of
-// hooks that keep changing each other ends here.
+// A hook may change records that were valid already or make new ones; those are validated in the
+// next round, but a circle of hooks that keep changing each other ends here.
 constexpr int kValidationRounds = 16;
+
+std::vector<std::uint16_t> changedProperties(const SavedValues& saved) {
+  std::vector<std::uint16_t> changed;
+  const SlotView before(saved.record->entity(), saved.slots);
+  const SlotView now = RecordAccess::view(*saved.record);
+  for (const Property& property : saved.record->entity().properties())
+    if (property.persistent() && !sameSlot(property, before, now))
+      changed.push_back(property.ordinal());
+  return changed;
+}
 
 std::vector<Record*> changedRecords(StoreParts& store) {
   const ChangeTracking& tracking = store.journal.tracking();
   std::vector<Record*> records = tracking.inserted();
-  for (Record* record : tracking.touched())
-    if (!changedProperties(store, *record).empty()) records.push_back(record);
+  for (const SavedValues& each : tracking.touched())
+    if (isChanged(each)) records.push_back(each.record);
+  return records;
+}
+
+// Those that were changed by the steps of the trial from this one on.
+std::vector<Record*> changedInTrial(const UndoGroup& trial, std::size_t from) {
+  std::vector<Record*> records;
+  std::set<const Record*> seen;
+  for (; from < trial.size(); ++from)
+    if (seen.insert(trial[from].record).second) records.push_back(trial[from].record);
   return records;
 }
 
@@ -38,26 +57,30 @@ bool validateRecord(Record& record, ErrorOut error) {
 }
 
 bool validateChanges(StoreParts& store, ErrorOut error) {
-  std::set<Record*> valid;
-  for (int round = 0; round < kValidationRounds; ++round) {
-    bool more = false;
-    for (Record* record : changedRecords(store)) {
-      if (valid.count(record) != 0 || !RecordAccess::isLive(*record)) continue;
-      more = true;
-      if (!validateRecord(*record, error)) return false;
-      valid.insert(record);
-    }
-    if (!more) return true;
+  std::vector<Record*> records = changedRecords(store);
+  for (int round = 0; round < kValidationRounds && !records.empty(); ++round) {
+    const std::size_t before = store.journal.trial().size();
+    for (Record* record : records)
+      if (RecordAccess::isLive(*record) && !validateRecord(*record, error)) return false;
+    records = changedInTrial(store.journal.trial(), before);
   }
   return true;
 }
 
 // A Deny rule left its partners linked when the record was deleted.
+bool isHeld(StoreParts& store, const Record& record, const Property& property) {
+  if (!property.isRelationship() || property.deleteRule() != DeleteRule::Deny) return false;
+  if (property.isToMany()) return store.members(record, property).size() != 0;
+  return referenceOf(record, property) != nullptr;
+}
+
 bool validateDeletions(StoreParts& store, ErrorOut error) {
-  for (Record* record : store.journal.tracking().deleted()) {
+  std::vector<Record*> gone = store.journal.tracking().deleted();
+  for (Record* record : store.journal.tracking().unborn())
+    if (record->isDeleted()) gone.push_back(record);
+  for (Record* record : gone) {
     for (const Property& property : record->entity().properties()) {
-      if (!property.isToMany() || property.deleteRule() != DeleteRule::Deny) continue;
-      if (store.members(*record, property).size() == 0) continue;
+      if (!isHeld(store, *record, property)) continue;
       if (error != nullptr) {
         *error = Error(kStoreErrorDomain, kDeletionDenied,
                        store.environment.text("%@ cannot be deleted while it is in use.",
@@ -79,12 +102,12 @@ ChangeSet changeSet(StoreParts& store) {
         {RecordChange::Kind::Insert, record->id(), 0, RecordAccess::view(*record), {}});
     grown.insert(record->entity().ordinal());
   }
-  for (Record* record : tracking.touched()) {
-    auto changed = changedProperties(store, *record);
+  for (const SavedValues& each : tracking.touched()) {
+    auto changed = changedProperties(each);
     if (changed.empty()) continue;
-    changes.changes.push_back({RecordChange::Kind::Update, record->id(),
-                               RecordAccess::version(*record), RecordAccess::view(*record),
-                               std::move(changed)});
+    changes.changes.push_back({RecordChange::Kind::Update, each.record->id(),
+                               RecordAccess::version(*each.record),
+                               RecordAccess::view(*each.record), std::move(changed)});
   }
   for (Record* record : tracking.deleted())
     changes.changes.push_back({RecordChange::Kind::Delete,
@@ -99,41 +122,51 @@ ChangeSet changeSet(StoreParts& store) {
   return changes;
 }
 
+bool validateAndCommit(StoreParts& store, ErrorOut error) {
+  if (!validateChanges(store, error) || !validateDeletions(store, error)) return false;
+  const ChangeSet changes = changeSet(store);
+  if (!changes.empty() && !store.persistence->commit(changes, error)) return false;
+  for (const RecordChange& change : changes.changes)
+    if (change.kind == RecordChange::Kind::Update)
+      ++RecordAccess::version(*store.of(change.values.entity()).table.find(change.id));
+  return true;
+}
+
 }  // namespace
 
-std::vector<std::uint16_t> changedProperties(StoreParts& store, Record& record) {
-  std::vector<std::uint16_t> changed;
-  const std::byte* saved = store.journal.tracking().saved(record);
-  if (saved == nullptr) return changed;
-  const SlotView before(record.entity(), saved);
-  const SlotView now = RecordAccess::view(record);
-  for (const Property& property : record.entity().properties())
-    if (property.persistent() && !sameSlot(property, before, now))
-      changed.push_back(property.ordinal());
-  return changed;
+bool isChanged(const SavedValues& saved) {
+  const SlotView before(saved.record->entity(), saved.slots);
+  const SlotView now = RecordAccess::view(*saved.record);
+  const auto& properties = saved.record->entity().properties();
+  return std::any_of(properties.begin(), properties.end(), [&](const Property& property) {
+    return property.persistent() && !sameSlot(property, before, now);
+  });
+}
+
+bool hasChanges(StoreParts& store) {
+  const ChangeTracking& tracking = store.journal.tracking();
+  const auto changed = [](const SavedValues& each) {
+    return !RecordAccess::isLive(*each.record) || isChanged(each);
+  };
+  return std::any_of(tracking.saved().begin(), tracking.saved().end(), changed) ||
+         !tracking.inserted().empty();
 }
 
 bool save(StoreParts& store, ErrorOut error) {
   Journal& journal = store.journal;
   journal.beginTrial();
+  bool done = false;
   try {
-    if (!validateChanges(store, error) || !validateDeletions(store, error)) {
-      journal.takeBackTrial();
-      return false;
-    }
-    const ChangeSet changes = changeSet(store);
-    if (!changes.empty() && !store.persistence->commit(changes, error)) {
-      journal.takeBackTrial();
-      return false;
-    }
-    journal.keepTrial();
-    for (const RecordChange& change : changes.changes)
-      if (change.kind == RecordChange::Kind::Update)
-        ++RecordAccess::version(*store.of(change.values.entity()).table.find(change.id));
+    done = validateAndCommit(store, error);
   } catch (...) {
     journal.takeBackTrial();
     throw;
   }
+  if (!done) {
+    journal.takeBackTrial();
+    return false;
+  }
+  journal.keepTrial();
   journal.saved();
   return true;
 }
@@ -151,6 +184,7 @@ class SelfCheck {
       if (records.size() != store_.count(entity))
         report(entity.name() + ": the number of records is kept wrong");
       for (const Property& property : entity.properties()) {
+        if (property.isToOne()) checkTargets(records, property);
         if (property.isToOne() && property.inverse().isToOne()) checkPairs(records, property);
         if (property.isToMany()) checkFarSets(records, property);
       }
@@ -162,17 +196,21 @@ class SelfCheck {
  private:
   void report(std::string fault) { faults_.push_back(std::move(fault)); }
 
-  static Record* reference(const Record& record, const Property& property) {
-    const SlotView slots = RecordAccess::view(record);
-    return slots.isNil(property.ordinal()) ? nullptr : slots.reference(property.ordinal());
+  void checkTargets(const std::vector<Record*>& records, const Property& toOne) {
+    if (toOne.inverse().deleteRule() == DeleteRule::Deny) return;
+    for (const Record* record : records) {
+      const Record* target = referenceOf(*record, toOne);
+      if (target != nullptr && !RecordAccess::isLive(*target))
+        report(record->description() + ": " + toOne.name() + " is a record that is gone");
+    }
   }
 
   void checkPairs(const std::vector<Record*>& records, const Property& property) {
     for (const Record* record : records) {
-      const Record* partner = reference(*record, property);
+      const Record* partner = referenceOf(*record, property);
       if (partner == nullptr) continue;
       store_.slots(*partner);
-      if (reference(*partner, property.inverse()) != record)
+      if (referenceOf(*partner, property.inverse()) != record)
         report(record->description() + ": " + property.name() + " is not mutual");
     }
   }
@@ -182,13 +220,13 @@ class SelfCheck {
     for (const Record* owner : owners) {
       store_.members(*owner, toMany).forEach([&](const Record* member) {
         ++linked;
-        if (!RecordAccess::isLive(*member) || reference(*member, toMany.inverse()) != owner)
+        if (!RecordAccess::isLive(*member) || referenceOf(*member, toMany.inverse()) != owner)
           report(owner->description() + ": " + toMany.name() + " holds a record that is not its");
       });
     }
     std::size_t referring = 0;
     for (const Record* member : store_.all(toMany.inverse().entity())) {
-      const Record* owner = reference(*member, toMany.inverse());
+      const Record* owner = referenceOf(*member, toMany.inverse());
       if (owner != nullptr && RecordAccess::isLive(*owner)) ++referring;
     }
     if (linked != referring)

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bokfolio/platform/error.hpp"
-#include "bokfolio/store/record.hpp"
+#include "bokfolio/store/internal/change_tracking.hpp"
 
 namespace bokfolio {
 struct StoreParts;
@@ -15,8 +15,9 @@ struct StoreParts;
 
 namespace bokfolio::internal {
 
-// Ordinals of the persistent properties whose value differs from the saved one.
-std::vector<std::uint16_t> changedProperties(StoreParts& store, Record& record);
+// Whether a persistent property of a touched record differs from its saved value.
+bool isChanged(const SavedValues& saved);
+bool hasChanges(StoreParts& store);
 bool save(StoreParts& store, ErrorOut error);
 std::vector<std::string> verify(StoreParts& store);
 

@@ -203,9 +203,8 @@ void copySlots(const Entity& entity, const std::byte* from, std::byte* to) {
   std::memcpy(to, from, entity.slotBytes());
   for (const Property& property : entity.properties()) {
     const std::uint16_t ordinal = property.ordinal();
-    if (property.isToMany() || property.transient()) {
-      std::memset(to + entity.offset(ordinal), 0, 8);
-      reinterpret_cast<std::uint64_t*>(to)[ordinal / 64] &= ~(std::uint64_t{1} << (ordinal % 64));
+    if (property.isToMany()) {
+      std::memset(to + entity.offset(ordinal), 0, sizeof(RelationSet*));
     } else if (ownsText(property)) {
       if (SlotText* text = textAt(entity, to, ordinal)) retain(text);
     }

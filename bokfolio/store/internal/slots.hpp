@@ -83,7 +83,7 @@ Value fittingValue(const Property& property, const Value& value);
 Value readValue(const Property& property, const SlotView& slots);
 // Whether both blocks hold the same in that slot.
 bool sameSlot(const Property& property, const SlotView& a, const SlotView& b);
-// Copies every value but the to-many sets and transients into a zeroed block.
+// Copies every value but the to-many sets into a block that holds nothing.
 void copySlots(const Entity& entity, const std::byte* from, std::byte* to);
 // Frees what the block's slots own; the block itself goes back to its pool.
 void releaseSlots(const Entity& entity, std::byte* slots);

@@ -1,6 +1,7 @@
 #include "bokfolio/store/internal/store_parts.hpp"
 
 #include <optional>
+#include <string>
 
 #include "bokfolio/store/store_error.hpp"
 
@@ -13,17 +14,18 @@ namespace {
 class LoadingSink final : public RecordSink {
  public:
   LoadingSink(StoreParts& store, EntityRecords& records) : store_(store), records_(records) {}
+  LoadingSink(const LoadingSink&) = delete;
+  LoadingSink& operator=(const LoadingSink&) = delete;
+  ~LoadingSink() override { drop(); }
 
   void begin(RecordId id, std::uint32_t version) override {
+    drop();
     Record* record = store_.place(*records_.entity, id);
-    if (RecordAccess::slots(*record) != nullptr || record->isGone()) {
-      writer_.reset();
-      return;
-    }
-    RecordAccess::version(*record) = version;
-    RecordAccess::slots(*record) = records_.pool.allocate();
-    ++records_.liveCount;
-    writer_.emplace(*records_.entity, RecordAccess::slots(*record));
+    if (record == nullptr || RecordAccess::slots(*record) != nullptr || record->isGone()) return;
+    record_ = record;
+    version_ = version;
+    slots_ = records_.pool.allocate();
+    writer_.emplace(*records_.entity, slots_);
   }
   void integer(std::uint16_t ordinal, std::int64_t value) override {
     if (writer_) writer_->setInteger(ordinal, value);
@@ -46,22 +48,53 @@ class LoadingSink final : public RecordSink {
     const Entity& target = records_.entity->property(ordinal).target();
     writer_->setReference(ordinal, store_.place(target, value));
   }
-  void end() override { writer_.reset(); }
+  // Only a record that was read to its end has its values.
+  void end() override {
+    if (!writer_) return;
+    RecordAccess::version(*record_) = version_;
+    RecordAccess::slots(*record_) = slots_;
+    ++records_.liveCount;
+    writer_.reset();
+  }
 
  private:
+  void drop() {
+    if (!writer_) return;
+    internal::releaseSlots(*records_.entity, slots_);
+    records_.pool.free(slots_);
+    writer_.reset();
+  }
+
   StoreParts& store_;
   EntityRecords& records_;
-  std::optional<internal::SlotWriter> writer_;
+  std::optional<internal::SlotWriter> writer_;  // while a record is being read
+  Record* record_ = nullptr;
+  std::byte* slots_ = nullptr;
+  std::uint32_t version_ = 0;
 };
+
+constexpr RecordId kMaximumId = RecordId{1} << 32;
+
+void requireSensible(const Entity& entity, RecordId id) {
+  if (id > kMaximumId)
+    throw LoadError("no record of " + entity.name() + " can have the id " + std::to_string(id));
+}
 
 }  // namespace
 
 EntityRecords::EntityRecords(const Entity& described)
     : entity(&described),
       pool(described.slotBytes()),
+      defaults(pool.allocate()),
       inverseBuilt(described.properties().size(), false) {
   for (const IndexLayout& layout : described.indexes()) indexes.emplace_back(layout);
+  internal::SlotWriter slots(described, defaults);
+  for (const Property& property : described.properties())
+    if (!property.isRelationship())
+      slots.setValue(property, internal::fittingValue(property, property.defaultValue()));
 }
+
+EntityRecords::~EntityRecords() { internal::releaseSlots(*entity, defaults); }
 
 StoreParts::StoreParts(Context& face, std::shared_ptr<const Schema> frozen,
                        std::unique_ptr<Persistence> engine, Environment services)
@@ -76,8 +109,8 @@ StoreParts::StoreParts(Context& face, std::shared_ptr<const Schema> frozen,
 
 StoreParts::~StoreParts() {
   life.reset();
-  for (const auto& [record, slots] : journal.tracking().savedSlots())
-    internal::releaseSlots(record->entity(), slots);
+  for (const internal::SavedValues& each : journal.tracking().saved())
+    internal::releaseSlots(each.record->entity(), each.slots);
   for (EntityRecords& records : entities) {
     records.table.forEach([&](Record* record) {
       if (std::byte* slots = RecordAccess::slots(*record))
@@ -116,12 +149,11 @@ Record* StoreParts::make(const Entity& entity) {
       throw LoadError("no id for a new record of " + entity.name() + ": " +
                       (error ? error->localizedDescription() : std::string("unknown failure")));
   }
+  requireSensible(entity, records.nextId);
   Record* record = records.table.add(entity.make({&context, &entity, records.nextId++}));
-  RecordAccess::slots(*record) = records.pool.allocate();
-  internal::SlotWriter slots(entity, RecordAccess::slots(*record));
-  for (const Property& property : entity.properties())
-    if (!property.isRelationship() && !property.defaultValue().isNil())
-      slots.setValue(property, internal::fittingValue(property, property.defaultValue()));
+  std::byte*& slots = RecordAccess::slots(*record);
+  slots = records.pool.allocate();
+  internal::copySlots(entity, records.defaults, slots);
   journal.insert(*record);
   return record;
 }
@@ -130,6 +162,7 @@ Record* StoreParts::place(const Entity& entity, RecordId id) {
   if (id == 0) return nullptr;
   EntityRecords& records = of(entity);
   if (Record* found = records.table.find(id)) return found;
+  requireSensible(entity, id);
   return records.table.add(entity.make({&context, &entity, id}));
 }
 

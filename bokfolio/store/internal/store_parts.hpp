@@ -25,10 +25,14 @@ class Context;
 // What is in memory of one entity.
 struct EntityRecords {
   explicit EntityRecords(const Entity& described);
+  EntityRecords(const EntityRecords&) = delete;
+  EntityRecords& operator=(const EntityRecords&) = delete;
+  ~EntityRecords();
 
   const Entity* entity;
   internal::RecordTable table;
   internal::SlotPool pool;
+  std::byte* defaults;                   // the values of a record that was just inserted
   std::vector<internal::Index> indexes;  // by IndexLayout::ordinal
   std::vector<bool> inverseBuilt;        // by ordinal of a to-one: its far sets are complete
   std::size_t liveCount = 0;             // saved and unsaved records that are not deleted
