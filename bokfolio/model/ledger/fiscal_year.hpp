@@ -96,6 +96,17 @@ class BOKFOLIO_EXPORT FiscalYear : public Record {
   std::optional<std::string> startDateString() const;
   std::optional<std::string> endDateString() const;
   bool containsDate(std::optional<Date> date) const;
+
+  // Replaces this year's opening balances, hand-made ones included, by what the previous year
+  // closed with: for each account of type 0 or 1 the previous year's opening balances plus the nets
+  // of its rows, over all accounts of that number. Accounts whose sum is zero get none, of several
+  // with one number the oldest gets it all. Types 2, 3 and 4 start every year at nothing, and the
+  // result is moved nowhere. false, and nothing changed, for the first year (code 6), and with the
+  // engine's error when accounts cannot be read. Nothing is asked and nothing saved. Later years do
+  // not follow by themselves: carry each forward in turn. Cost: one pass over the previous year's
+  // rows, then linear in accounts.
+  bool updateStartingBalances(ErrorOut error = nullptr);
+
   // Deletes a half-made year: one without entries of which a bound is unset.
   void removeIfEmpty();
 
