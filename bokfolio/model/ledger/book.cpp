@@ -7,10 +7,12 @@ namespace bokfolio {
 
 EntityDescription Book::table() {
   EntityTable<Book> table{std::string(kEntityName)};
-  table.attribute(Slots::currency, "currency");
+  table.attribute(Slots::currency, "currency").validatedBy<&Book::validateCurrency>();
   table.attribute(Slots::templateName, "templateName");
   table.attribute(Slots::autoBook, "autoBook").defaultValue(1);
-  table.attribute(Slots::bookOnce, "bookOnce").defaultValue(0);
+  table.attribute(Slots::bookOnce, "bookOnce")
+      .defaultValue(0)
+      .validatedBy<&Book::validateBookOnce>();
   table.attribute(Slots::days, "days").defaultValue(30);
   table.attribute(Slots::vatMode, "vatMode").defaultValue(0);
   table.toOne(Slots::company, "company", "Company").onDelete(DeleteRule::Cascade);

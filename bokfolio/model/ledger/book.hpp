@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/decimal.hpp"
@@ -20,6 +21,8 @@ namespace bokfolio {
 
 class Account;
 class Company;
+class Entry;
+class HostDocument;
 
 class BOKFOLIO_EXPORT Book : public Record {
  public:
@@ -42,8 +45,19 @@ class BOKFOLIO_EXPORT Book : public Record {
 
   using Record::Record;
 
+  // Makes what every new document begins with: the book with its company and the locale's defaults,
+  // the calendar year of now, and the new entry, dated now. Answers the book. The document should
+  // be empty; accounts are the host's choice (installChart).
+  static Book* createDefaultInContext(Context& context);
   // The oldest book, nullptr when the document has none.
   static Book* currentBookInContext(Context& context);
+
+  // The template is called "Built-in", in the language of the environment.
+  void awakeFromInsert() override;
+  // Takes the home currency, and the country of the company if there is one, from the environment's
+  // locale. What the locale does not tell ("C", "POSIX", a language alone) is Swedish: SEK and SE.
+  // The country code comes in capital letters.
+  void setDefaultsFromLocale();
 
   // The home currency, an ISO 4217 code; every amount of the ledger is in it.
   std::optional<std::string> currency() const { return get(Slots::currency); }
@@ -79,6 +93,22 @@ class BOKFOLIO_EXPORT Book : public Record {
   void setRoundingAccount(Account* account);
   Account* results() const;
   void setResults(Account* account);
+
+  // Files the new entry (Entry::fileMe) and answers what was filed. nil with fileMe's error, or
+  // with code 4 when the document has no new entry. Afterwards there is none; the host inserts the
+  // next.
+  std::optional<std::vector<Entry*>> fileTheNewEntry(ErrorOut error = nullptr);
+  // The first of the host's open documents, given front to back, that shows this book's context;
+  // nullptr when none does. The host gives them, because the library keeps no list of its own.
+  HostDocument* theDocument(const std::vector<HostDocument*>& orderedDocuments) const;
+
+  // Hooks. bookOnce: when some invoice is sent already, the user is told through the dialog that a
+  // change leaves it as it is; the change is accepted either way. Refused only when the invoices
+  // cannot be read, with the engine's error.
+  bool validateBookOnce(std::optional<std::int64_t>& proposed, ErrorOut error = nullptr);
+  // Currency: another one is refused (code 19), and the proposal becomes the present one, once
+  // there is an invoice or an entry that is filed or waits to be. The new entry does not count.
+  bool validateCurrency(std::optional<std::string>& proposed, ErrorOut error = nullptr);
 
   // Units of the home currency for one unit of the currency with that code; see below.
   std::optional<Decimal> exchangeRate(std::optional<std::string_view> code,
