@@ -9,6 +9,7 @@
 
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/bytes.hpp"
+#include "bokfolio/platform/image.hpp"
 #include "bokfolio/store/entity_table.hpp"
 #include "bokfolio/store/record.hpp"
 
@@ -91,6 +92,19 @@ class BOKFOLIO_EXPORT Company : public Record {
   void setPaymentOption2(const std::optional<std::string>& paymentOption2) {
     set(Slots::paymentOption2, paymentOption2);
   }
+  // The company's mark on invoices, decoded from what is stored (PDF or TIFF); nil when there is
+  // none or its bytes cannot be read.
+  std::optional<Image> logotype() const;
+  // Stores the first PDF representation, or else the picture as TIFF. nil stores nothing. false,
+  // and nothing changed, for a picture of which no bytes can be stored (the image's error).
+  bool setLogotype(const std::optional<Image>& image, ErrorOut error = nullptr);
+
+  // Whether a country is outside the European Union by the list that the rules use. The list knows
+  // small letters only, has both "gb" and "uk", and lacks the Baltic states and Malta; nil, capital
+  // letters and everything else are outside.
+  static bool outsideEU(const std::optional<std::string>& countryCode);
+  // The same for the company's own country.
+  bool isOutsideEU() const;
 };
 
 }  // namespace bokfolio

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "bokfolio/export.hpp"
+#include "bokfolio/platform/attributed_text.hpp"
 #include "bokfolio/store/entity_table.hpp"
 #include "bokfolio/store/record.hpp"
 
@@ -42,6 +43,12 @@ class BOKFOLIO_EXPORT DeliveryAddress : public Record {
   // A code.
   std::optional<std::string> country() const { return get(Slots::country); }
   void setCountry(const std::optional<std::string>& country) { set(Slots::country, country); }
+
+  // The address as a block of lines: company, name, then the postal lines in the order of its
+  // country (formatPostalAddress), with the country's name last when wanted. Company and name take
+  // the attributes of the first postal character. Throws std::out_of_range when there are no postal
+  // lines.
+  AttributedText formattedAddressWithCountryIncluded(bool countryIncluded) const;
 };
 
 }  // namespace bokfolio
