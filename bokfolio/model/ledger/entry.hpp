@@ -27,6 +27,7 @@ class EntryImage;
 class FiscalYear;
 class Row;
 class SupplierInvoice;
+class XmlElement;
 
 class BOKFOLIO_EXPORT Entry : public Record {
  public:
@@ -113,6 +114,21 @@ class BOKFOLIO_EXPORT Entry : public Record {
   // Replaces the rows by copies of another entry's, in the order of their numbers. Removed rows are
   // not copied, and copies carry no note of change.
   void copyRowsFromOtherEntry(const Entry& other);
+  // Replaces the rows, and the name, note and date that the element has, by what its direct
+  // children say: `name`, `note`, `date` (the first of each counts) and any number of `row`, each
+  // with `account` (a number), `amount` (debit-positive, "." before the decimals) and perhaps `tag`
+  // (a number). Attributes and deeper levels say nothing.
+  //
+  // Dates are an ISO day (2009-03-31) or the locale's short form, blanks around them apart, and
+  // mean noon of that day in the environment's zone, which is never at a boundary of a fiscal year;
+  // any other text makes the date nil. A number is read as far as its digits go, and a text without
+  // digits is 0, as amount and as number. A row without account or amount, or on an account that
+  // does not exist, is passed over; a tag that does not exist leaves the row without one. A
+  // positive amount is a debit, any other a credit.
+  //
+  // The new rows belong to no entry yet: the answer has them in the element's order, and the caller
+  // attaches them (Row::setEntry). The former rows are gone in any case.
+  std::vector<Row*> defineRowsFromXml(const XmlElement& element);
   // Deletes the rows for which Row::isEmpty holds. The others keep their numbers.
   void removeEmptyRows();
 
