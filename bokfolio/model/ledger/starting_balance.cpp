@@ -1,6 +1,6 @@
 #include "bokfolio/model/ledger/starting_balance.hpp"
 
-#include <cstdio>
+#include <charconv>
 
 #include "bokfolio/model/ledger/account.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
@@ -41,10 +41,14 @@ void StartingBalance::setNumber(const Value& number) { setNumberedObject(number,
 std::string StartingBalance::description() const {
   const FiscalYear* year = fiscalYear();
   const auto single = static_cast<float>(balance().value_or(Decimal()).toDouble());
+  // Not by printf: the point must not follow the process's locale.
   char amount[64];
-  std::snprintf(amount, sizeof amount, "%f", static_cast<double>(single));
+  char* end = std::to_chars(amount, amount + sizeof amount, static_cast<double>(single),
+                            std::chars_format::fixed, 6)
+                  .ptr;
   return "account " + std::to_string(number().value_or(0)) + ", fyear " +
-         (year == nullptr ? "(null)" : year->description()) + " and balance " + amount;
+         (year == nullptr ? "(null)" : year->description()) + " and balance " +
+         std::string(amount, end);
 }
 
 bool StartingBalance::validateAccount(Account*& proposed, ErrorOut error) {
