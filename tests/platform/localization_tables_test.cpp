@@ -58,26 +58,23 @@ std::string quotedAt(const std::string& code, std::size_t& at) {
 }
 
 // Keys with their table, from calls such as `environment.text("key", "table")` and
-// `localized("key")`.
+// `localized("key")` in the library. Hosts have words of their own.
 std::set<std::pair<std::string, std::string>> keysInCode() {
   std::set<std::pair<std::string, std::string>> keys;
-  for (const char* folder : {"bokfolio", "hosts"}) {
-    if (!fs::exists(kSources / folder)) continue;
-    for (const auto& file : fs::recursive_directory_iterator(kSources / folder)) {
-      if (file.path().extension() != ".cpp" && file.path().extension() != ".hpp") continue;
-      const std::string code = contents(file.path());
-      for (const std::string call : {".text(", "->text(", "localized("}) {
-        for (std::size_t at = code.find(call); at != std::string::npos; at = code.find(call, at)) {
-          at += call.size();
-          std::string key = quotedAt(code, at);
-          if (key.empty()) continue;
-          std::string name = "default";
-          if (code.compare(at, 1, ",") == 0) {
-            std::size_t second = at + 1;
-            if (const std::string given = quotedAt(code, second); !given.empty()) name = given;
-          }
-          keys.emplace(std::move(key), std::move(name));
+  for (const auto& file : fs::recursive_directory_iterator(kSources / "bokfolio")) {
+    if (file.path().extension() != ".cpp" && file.path().extension() != ".hpp") continue;
+    const std::string code = contents(file.path());
+    for (const std::string call : {".text(", "->text(", "localized("}) {
+      for (std::size_t at = code.find(call); at != std::string::npos; at = code.find(call, at)) {
+        at += call.size();
+        std::string key = quotedAt(code, at);
+        if (key.empty()) continue;
+        std::string name = "default";
+        if (code.compare(at, 1, ",") == 0) {
+          std::size_t second = at + 1;
+          if (const std::string given = quotedAt(code, second); !given.empty()) name = given;
         }
+        keys.emplace(std::move(key), std::move(name));
       }
     }
   }
