@@ -93,12 +93,15 @@ TEST_F(BookTest, ChangingTheFilingMethodWarnsOnceInvoicesAreSent) {
   auto* book = context().insert<Book>();
   auto* invoice = context().insert<Invoice>();
   // Values in the order of asking; whether an invoice is sent by then; whether a warning comes.
-  const std::tuple<Value, bool, bool> cases[] = {
-      {1, false, false}, {0, false, false}, {Value(), true, false}, {1, true, true},
-      {2, true, false},  {0, true, true},   {0, true, false},
+  using Asked = std::optional<std::int64_t>;
+  const std::tuple<Asked, bool, bool> cases[] = {
+      {1, false, false}, {0, false, false}, {std::nullopt, true, false},
+      {1, true, true},   {2, true, false},  {0, true, true},
+      {0, true, false},
   };
   std::size_t warnings = 0;
-  for (const auto& [value, sent, warns] : cases) {
+  for (const auto& [asked, sent, warns] : cases) {
+    const Value value(asked);
     invoice->setDueDate(sent ? std::optional(cetDate(2009, 5, 1)) : std::nullopt);
     EXPECT_TRUE(book->setValidated("bookOnce", value));
     EXPECT_EQ(book->bookOnce(), value.asBool());
