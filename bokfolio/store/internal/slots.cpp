@@ -1,6 +1,7 @@
 #include "bokfolio/store/internal/slots.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <new>
 
@@ -70,9 +71,9 @@ void SlotWriter::setNil(std::uint16_t ordinal) {
   std::byte* place = slots_ + entity_->offset(ordinal);
   if (ownsText(property)) {
     if (SlotText* old = textAt(*entity_, slots_, ordinal)) release(old);
-    std::memset(place, 0, sizeof(SlotText*));
+    std::memset(place, 0, sizeof(void*));
   } else if (property.isToOne()) {
-    std::memset(place, 0, sizeof(Record*));
+    std::memset(place, 0, sizeof(void*));
   }
   reinterpret_cast<std::uint64_t*>(slots_)[ordinal / 64] &= ~(std::uint64_t{1} << (ordinal % 64));
 }
@@ -182,7 +183,7 @@ bool sameSlot(const Property& property, const SlotView& a, const SlotView& b) {
     case PropertyKind::Double: {
       const double x = a.real(ordinal);
       const double y = b.real(ordinal);
-      return std::memcmp(&x, &y, sizeof x) == 0;
+      return std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(y);
     }
     case PropertyKind::Decimal:
       return a.decimal(ordinal) == b.decimal(ordinal);
@@ -204,7 +205,7 @@ void copySlots(const Entity& entity, const std::byte* from, std::byte* to) {
   for (const Property& property : entity.properties()) {
     const std::uint16_t ordinal = property.ordinal();
     if (property.isToMany()) {
-      std::memset(to + entity.offset(ordinal), 0, sizeof(RelationSet*));
+      std::memset(to + entity.offset(ordinal), 0, sizeof(void*));
     } else if (ownsText(property)) {
       if (SlotText* text = textAt(entity, to, ordinal)) retain(text);
     }
