@@ -1,5 +1,5 @@
 #!/bin/sh
-# tidy.sh BUILD_DIR [FILE...]: clang-tidy over library and hosts, or over the files named, with the
+# tidy.sh BUILD_DIR [FILE...]: clang-tidy over the library, or over the files named, with the
 # compile commands of BUILD_DIR. A file that was clean is remembered by a hash over all that
 # decides: tool, checks, and every file of ours that it includes.
 set -eu
@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 build=$1
 shift
 if [ $# = 0 ]; then
-  set -- $(sh tools/sources.sh bokfolio hosts | grep '\.cpp$')
+  set -- $(sh tools/sources.sh bokfolio | grep '\.cpp$')
 fi
 clean=${XDG_CACHE_HOME:-$HOME/.cache}/bokfolio-tidy
 mkdir -p "$clean"
