@@ -2,6 +2,7 @@
 // Exact to the last of a decimal's 38 digits. Text for machines is Decimal::toString.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "bokfolio/export.hpp"
@@ -9,6 +10,9 @@
 #include "bokfolio/platform/locale.hpp"
 
 namespace bokfolio {
+
+// A host's way to write a number.
+using NumberFormatter = std::function<std::string(const Decimal&)>;
 
 // Every digit of the value, without grouping and without trailing zeros: -1234.50 is "−1234,5" in
 // sv_SE (the minus is U+2212 there) and "-1234.5" in en_US.

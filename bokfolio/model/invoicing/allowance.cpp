@@ -14,6 +14,8 @@ EntityDescription Allowance::table() {
   return table.description();
 }
 
+std::string Allowance::description() const { return Record::description(); }
+
 Invoice* Allowance::invoice() const { return get(Slots::invoice); }
 
 void Allowance::setInvoice(Invoice* invoice) { set(Slots::invoice, invoice); }

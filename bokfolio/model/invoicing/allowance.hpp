@@ -1,9 +1,11 @@
 // Allowance: a rebate on a whole invoice or on one of its lines, as a percentage or as an amount in
-// the invoice's currency.
+// the invoice's currency. Users type it as text. The value is entered as a positive figure; the
+// operations that compute an amount answer it negated, so that adding it to a sum lowers the sum.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "bokfolio/export.hpp"
@@ -13,6 +15,7 @@
 
 namespace bokfolio {
 
+class Context;
 class Invoice;
 class InvoiceLine;
 
@@ -29,6 +32,16 @@ class BOKFOLIO_EXPORT Allowance : public Record {
 
   using Record::Record;
 
+  // Parses a rebate and inserts it; nullptr, and nothing inserted, for a text (or nil) that is
+  // neither a percentage nor an amount as a whole. A percentage ends with "%", perhaps after one
+  // blank, and has "." before its decimals in every locale: "10%", "12.5 %". Anything else is an
+  // amount in the environment's locale, with the currency's code, "$", "£" or "€" in front when the
+  // currency is that one, or the locale's own symbol in front or behind: "50", "SEK 50", "50 kr".
+  // A sign is kept. `currencyCode` is the invoice's; nil strips no mark of a currency.
+  static Allowance* createAllowanceFromString(const std::optional<std::string>& text,
+                                              const std::optional<std::string>& currencyCode,
+                                              Context& context);
+
   // Percentage (10 is 10 %) or amount, normally positive.
   std::optional<Decimal> value() const { return get(Slots::value); }
   void setValue(const std::optional<Decimal>& value) { set(Slots::value, value); }
@@ -40,6 +53,18 @@ class BOKFOLIO_EXPORT Allowance : public Record {
   void setInvoice(Invoice* invoice);
   InvoiceLine* invoiceline() const;
   void setInvoiceline(InvoiceLine* invoiceline);
+
+  // An amount: the value itself. A percentage: its text in the environment's locale.
+  Value formattedValue() const;
+  // As the invoice editor shows it: "10 %", or an amount in the style of the invoice's currency,
+  // Swedish crowns always with "kr" behind ("50,00 kr").
+  std::string description() const override;
+  // The signed rebate on an amount: exact, and in binary floating point for the VAT summary, which
+  // works in it. nil counts as zero.
+  Decimal amountOnDecimal(const Decimal& amount) const;
+  double calculateAllowanceOn(double amount) const;
+  // A copy in the same context that belongs to nothing yet.
+  Allowance* duplicate() const;
 };
 
 }  // namespace bokfolio

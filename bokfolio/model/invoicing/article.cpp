@@ -22,6 +22,10 @@ EntityDescription Article::table() {
   return table.description();
 }
 
+void Article::awakeFromInsert() { Record::awakeFromInsert(); }
+
+std::string Article::description() const { return Record::description(); }
+
 RecordSetOf<InvoiceLine> Article::invoiceLines() const { return get(Slots::invoiceLines); }
 
 Account* Article::salesAccount() const { return get(Slots::salesAccount); }

@@ -1,5 +1,7 @@
 // Article: a product or service of the company's price list, with its price, its VAT rate and the
-// accounts on which its sales are booked.
+// accounts on which its sales are booked. Invoice lines copy price and rate when they take an
+// article over, so a later change of the list leaves them as they are. This file also owns the
+// table of standard VAT rates by country.
 #pragma once
 
 #include <cstdint>
@@ -36,8 +38,23 @@ class BOKFOLIO_EXPORT Article : public Record {
 
   using Record::Record;
 
+  // Percent, for a country code in any case; zero for a country that the table lacks, and for nil.
+  // The table is built once for the process.
+  static Decimal vatRateForCountry(const std::optional<std::string>& countryCode);
+  // The VAT rate of the locale's country, and 0.001 seconds later, on the environment's run loop,
+  // setPropertiesFromLatestArticle.
+  void awakeFromInsert() override;
+  // The next number, and the accounts of the article with the highest one, in the numeric order of
+  // compareNumber. Nothing when the number is set already. The first article of all gets "1"; a
+  // number that does not begin with digits counts as 0; the highest 32-bit integer keeps standing.
+  // Cost: an index look-up, however long the price list.
+  void setPropertiesFromLatestArticle();
+
   std::optional<std::string> name() const { return get(Slots::name); }
-  void setName(const std::optional<std::string>& name) { set(Slots::name, name); }
+  // Recognises a dependent tax by its name: the localised "localized dependent tax" (11 characters,
+  // in any case) followed by a percentage in the environment's locale. Any other name makes it an
+  // ordinary article and leaves the level.
+  void setName(const std::optional<std::string>& name);
   // Text of digits.
   std::optional<std::string> number() const { return get(Slots::number); }
   void setNumber(const std::optional<std::string>& number) { set(Slots::number, number); }
@@ -66,6 +83,22 @@ class BOKFOLIO_EXPORT Article : public Record {
   void setSalesAccount(Account* salesAccount);
   Account* vatAccount() const;
   void setVatAccount(Account* vatAccount);
+
+  // "number<TAB>name", or the one that is set, or the localised "Unnamed product.".
+  std::string description() const override;
+  // Whether an invoice line uses the article.
+  bool isUsed() const;
+  // This very article: it is never copied as a value.
+  Article* copyWithZone() { return this; }
+  // -1, 0 or 1. Numbers: runs of digits by their value, in the environment's locale; an article
+  // without one comes after every other, so the order of two such is not strict. Names: plain
+  // comparison, nil first.
+  int compareNumber(const Article& other) const;
+  int compare(const Article& other) const;
+
+  // Hooks: nil is refused (the library's domain, codes 21 and 22); every other value passes.
+  bool validateName(std::optional<std::string>& proposed, ErrorOut error = nullptr);
+  bool validateNumber(std::optional<std::string>& proposed, ErrorOut error = nullptr);
 };
 
 }  // namespace bokfolio

@@ -62,6 +62,10 @@ EntityDescription Invoice::table() {
   return table.description();
 }
 
+void Invoice::awakeFromInsert() { Record::awakeFromInsert(); }
+
+std::string Invoice::description() const { return Record::description(); }
+
 Book* Invoice::book() const { return get(Slots::book); }
 
 void Invoice::setBook(Book* book) { set(Slots::book, book); }
@@ -74,7 +78,7 @@ void Invoice::setAllowance(Allowance* allowance) { set(Slots::allowance, allowan
 
 Tag* Invoice::tag() const { return get(Slots::tag); }
 
-void Invoice::setTag(Tag* tag) { set(Slots::tag, tag); }
+void Invoice::setTag(const Value& tag) { setNumberedObject(tag, "tag"); }
 
 DeliveryAddress* Invoice::deliveryAddress() const { return get(Slots::deliveryAddress); }
 

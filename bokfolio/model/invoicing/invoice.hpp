@@ -1,26 +1,49 @@
 // Invoice: one customer invoice. Who it goes to, its dates, currency and terms, its lines, an
-// optional rebate and a status. Amounts in the invoice's own currency are computed from the lines;
-// what is owed and paid in the book's currency is stored.
+// optional rebate and a status that moves from not sent through sent to paid, returned or lost.
+// Amounts in the invoice's own currency are computed from the lines each time they are read; what
+// is owed and paid in the book's currency is stored.
+//
+// Sending, paying, returning and writing off make journal entries, unnumbered and without fiscal
+// year until the next filing. These operations change fields before they check, and leave what they
+// changed when they fail: the host rolls back.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/date.hpp"
 #include "bokfolio/platform/decimal.hpp"
+#include "bokfolio/platform/image.hpp"
+#include "bokfolio/platform/number_text.hpp"
 #include "bokfolio/store/entity_table.hpp"
 #include "bokfolio/store/record.hpp"
 
 namespace bokfolio {
 
+class Account;
 class Allowance;
 class Book;
 class DeliveryAddress;
+class Entry;
 class InvoiceLine;
 class Tag;
+
+// Values of Invoice.status.
+enum class InvoiceStatus : std::int64_t {
+  NotSent = 0,
+  Sent = 1,
+  Overdue = 2,  // read only: sent, and the due date has passed
+  Paid = 3,
+  Reminder = 4,
+  SecondReminder = 5,
+  CustomerLoss = 6,
+  PartiallyPaid = 7,
+  Returned = 8,
+};
 
 class BOKFOLIO_EXPORT Invoice : public Record {
  public:
@@ -65,22 +88,41 @@ class BOKFOLIO_EXPORT Invoice : public Record {
 
   using Record::Record;
 
+  // Dated now and without number; 0.01 seconds later, on the environment's run loop,
+  // setPropertiesFromLatestInvoice.
+  void awakeFromInsert() override;
+  // The next invoice number, the current book and its company's country; while no company is filled
+  // in, delivery method, our reference, language and currency of the invoice with the highest
+  // number as well. Nothing when the number is set already. The first invoice of all gets 1. Cost:
+  // an index look-up, however many invoices.
+  void setPropertiesFromLatestInvoice();
+
   // Unique by convention only.
   std::optional<std::int64_t> number() const { return get(Slots::number); }
   void setNumber(std::optional<std::int64_t> number) { set(Slots::number, number); }
   std::optional<Date> date() const { return get(Slots::date); }
   void setDate(std::optional<Date> date) { set(Slots::date, date); }
-  // Credit days and what follows from them; the text of the terms.
-  std::optional<std::int64_t> days() const { return get(Slots::days); }
+  // Credit days: the book's until the invoice is sent, whatever is stored; then what was stored.
+  std::optional<std::int64_t> days() const;
   void setDays(std::optional<std::int64_t> days) { set(Slots::days, days); }
-  std::optional<Date> dueDate() const { return get(Slots::dueDate); }
+  // Date and stored days, counted in calendar days; nil while nothing is stored. Reading corrects
+  // what is stored when it differs.
+  std::optional<Date> dueDate();
   void setDueDate(std::optional<Date> dueDate) { set(Slots::dueDate, dueDate); }
-  std::optional<std::string> creditDetails() const { return get(Slots::creditDetails); }
+  // The text of the terms: until the invoice is sent, that of CreditDetails in the invoice's
+  // language; then what was stored.
+  std::optional<std::string> creditDetails() const;
   void setCreditDetails(const std::optional<std::string>& creditDetails) {
     set(Slots::creditDetails, creditDetails);
   }
-  std::optional<std::int64_t> status() const { return get(Slots::status); }
-  void setStatus(std::optional<std::int64_t> status) { set(Slots::status, status); }
+  // See InvoiceStatus. A stored Sent reads as Overdue once the due date has passed. Setting Sent
+  // sets the due date to the date and the book's days.
+  std::optional<std::int64_t> status() const;
+  void setStatus(std::optional<std::int64_t> status);
+  void setStatus(InvoiceStatus status) { setStatus(static_cast<std::int64_t>(status)); }
+  // As stored, without the reading of overdue; setting is setStatus.
+  std::optional<std::int64_t> rawStatus() const { return get(Slots::status); }
+  void setRawStatus(std::optional<std::int64_t> status) { setStatus(status); }
   // The customer: company, contact person and address; the country is a code.
   std::optional<std::string> company() const { return get(Slots::company); }
   void setCompany(const std::optional<std::string>& company) { set(Slots::company, company); }
@@ -101,7 +143,8 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   std::optional<std::string> country() const { return get(Slots::country); }
   void setCountry(const std::optional<std::string>& country) { set(Slots::country, country); }
   std::optional<std::string> vatno() const { return get(Slots::vatno); }
-  void setVatno(const std::optional<std::string>& vatno) { set(Slots::vatno, vatno); }
+  // Forgets whether the number was found valid, even when it is the same.
+  void setVatno(const std::optional<std::string>& vatno);
   // Our own contact person.
   std::optional<std::string> ourRef() const { return get(Slots::ourRef); }
   void setOurRef(const std::optional<std::string>& ourRef) { set(Slots::ourRef, ourRef); }
@@ -157,10 +200,103 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   RecordSetOf<InvoiceLine> lines() const;
   Allowance* allowance() const;
   void setAllowance(Allowance* allowance);
+  // The rebate's description; nil without one. Setting deletes the rebate there is and parses a new
+  // one (Allowance::createAllowanceFromString): none for nil and for a text that is no rebate.
+  std::optional<std::string> allowanceString() const;
+  void setAllowanceString(const std::optional<std::string>& text);
   Tag* tag() const;
-  void setTag(Tag* tag);
+  // A tag, a tag's number, or nil; a number that no tag has clears.
+  void setTag(const Value& tag);
   DeliveryAddress* deliveryAddress() const;
   void setDeliveryAddress(DeliveryAddress* deliveryAddress);
+
+  bool isEmpty() const;    // has no lines
+  bool isSent() const;     // stored status Sent or above
+  bool isPaid() const;     // status Paid
+  bool canBePaid() const;  // Sent, Overdue, reminded or partially paid
+  bool isLossOrReturn() const;
+  // Whether the invoice's currency is not the book's; no currency differs from every other.
+  bool foreignCurrency() const;
+  bool hasDeliveryAddress() const;
+  void setHasDeliveryAddress(bool) {}  // bindings write it; it follows from the address
+  // Whether there is something to pay (total not 0), somebody to send it to, and a language.
+  bool sendable() const;
+  // "reference / company", the same once when both are equal, or the one that is set; nil without
+  // reference and company.
+  std::optional<std::string> recipient() const;
+  // "reference/company", or the one that is set, or the localised "No recipient".
+  std::string description() const override;
+  // Text and picture of the status; nil for a status that there is not, or a picture that the
+  // resources lack.
+  std::optional<std::string> statusDescription() const;
+  std::optional<Image> indicator() const;
+  // By number; equal numbers as they were made.
+  std::vector<InvoiceLine*> sortedInvoiceLines() const;
+  // This very invoice, which serves as a key as it is.
+  Invoice* copyWithZone() { return this; }
+
+  // In the invoice's currency. Total: lines with VAT less the rebate, rounded half to even to whole
+  // units when `rounding` is set. Without VAT: never rounded. VAT: what lies between, rounding
+  // apart. Rounding: what it added, zero without. Rebate: signed, negative for a reduction.
+  Decimal totalAmount() const;
+  Decimal totalAmountExclVat() const;
+  Decimal vatAmount() const;
+  Decimal roundingAmount() const;
+  Decimal rebateAmount() const;
+  // In the book's currency: what is owed less what was paid. nil while nothing is owed yet.
+  std::optional<Decimal> amountRemaining() const;
+  // Asks for the rate of today, sets localAmount by it and answers it. 1 in the book's own
+  // currency, and also when no rate is to be had: localAmount then stays. Downloads
+  // (Book::exchangeRate).
+  Decimal getExchangeRateAndCalculateLocalAmount();
+  // One line "25%:<TAB>amount" for each VAT rate, by rising rate: the base excluding VAT, in binary
+  // floating point. A percentage rebate raises the base here, unlike in every total. An invoice
+  // without VAT has the one line " 0%:<TAB>total".
+  std::string vatSummaryUsingFormatter(const NumberFormatter& formatter) const;
+
+  // Announces a change of totalAmount; lines call it.
+  void updateTotalAmount();
+  // Overdue becomes Reminder, Reminder becomes SecondReminder; any other status stays.
+  void reminder();
+
+  // Freezes terms and amounts, and makes the sales entry when the book books at sending. The rate
+  // (units of the book's currency for one of the invoice's) counts only for a foreign currency; nil
+  // is 1. Errors of the library's domain: 5 no lines (nothing changed), 20 no accounts receivable,
+  // 18 no sales entry could be built; with these two, amounts, rate and references are changed.
+  bool sendMeWithExchangeRate(const std::optional<Decimal>& rate, ErrorOut error = nullptr);
+  // Adds the sales, VAT and rounding rows to an entry, less the rebate. True when it FAILED: an
+  // account is missing, and nothing was added.
+  bool addSaleRowsToEntry(Entry& entry, const Decimal& rate);
+  // The localised "Sent invoice" with the number: by it the entry is found again.
+  std::string sendEntryName() const;
+  // Registers a payment in the book's currency, whole or partial, and makes its entry when the book
+  // books automatically. canBePaid is for the caller to ask. `inFull` settles the invoice. Errors
+  // of the library's domain: 11 exchange accounts missing, 12 account settings missing, 13 accounts
+  // receivable missing, 17 amount exceeds (or, in full, falls short of) what is owed, or the
+  // entry's own. paidAmount, status and day are changed before any of them. A missing account,
+  // amount or day is an assertion's failure.
+  bool payMeWithFinalAmount(const std::optional<Decimal>& amount, std::optional<Date> day,
+                            bool inFull, Account* receivingAccount, ErrorOut error = nullptr);
+  // Files the invoice as returned, with a reversal of its sales entry when it was booked; what was
+  // paid goes back from `account`. Errors of the library's domain: 16 lost or returned already
+  // (nothing changed); 10 no sales entry, 15 no single receivable row: the status stays changed,
+  // and with 15 the incomplete entry stays. Without an error pointer a failed reversal answers
+  // true.
+  bool registerReturnWithError(ErrorOut error = nullptr, Account* account = nullptr);
+  // Writes off what has not been paid. Errors: 14 returned, lost or paid already; 10 and 15 as
+  // above.
+  bool registerCustomerLossWithError(ErrorOut error = nullptr);
+  // The reversal both make, dated now; nullptr with error 10 or 15.
+  Entry* insertReversedSalesEntry(ErrorOut error, Account* accountForAlreadyPaid);
+
+  // A new, unsent invoice with the same customer, terms and lines, and a copy of the rebate and of
+  // the delivery address; the number follows as for any new invoice.
+  Invoice* duplicate() const;
+  // Gives the invoice a delivery address filled from its own; one that it had stays in the
+  // document, unattached.
+  void createDeliveryAddress();
+  // Deletes the lines that have neither article nor comment.
+  void removeEmptyLines();
 };
 
 }  // namespace bokfolio

@@ -26,13 +26,15 @@ EntityDescription InvoiceLine::table() {
   return table.description();
 }
 
+void InvoiceLine::awakeFromInsert() { Record::awakeFromInsert(); }
+
 Allowance* InvoiceLine::allowance() const { return get(Slots::allowance); }
 
 void InvoiceLine::setAllowance(Allowance* allowance) { set(Slots::allowance, allowance); }
 
 Article* InvoiceLine::article() const { return get(Slots::article); }
 
-void InvoiceLine::setArticle(Article* article) { set(Slots::article, article); }
+void InvoiceLine::setArticle(const Value& article) { setNumberedObject(article, "article"); }
 
 Invoice* InvoiceLine::invoice() const { return get(Slots::invoice); }
 
