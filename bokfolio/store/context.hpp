@@ -7,8 +7,8 @@
 // same records. Replaying writes stored values and announces them, but runs no setter, no hook and
 // no awakeFromInsert. Saving and rolling back empty both stacks: what is saved can not be undone.
 // Primitive writes outside their brackets and what happens to a record in the group that inserted
-// it are not undone singly; the record goes and comes as a whole. Who writes a link past
-// undo clears it before undoing the insertion of what it leads to.
+// it are not undone singly; the record goes and comes as a whole. A link that was written past undo
+// is nil while its record is away.
 #pragma once
 
 #include <cstddef>

@@ -252,6 +252,35 @@ TEST_F(ContextTest, DeniedDeletionsAreRefusedUntilNothingRefersToTheRecord) {
   }
 }
 
+TEST_F(ContextTest, WhatUndoDoesNotRecordNeverLeavesALinkToWhatIsGone) {
+  auto* child = context->insert<Child>();
+  context->closeUndoGroup();
+  auto* parent = context->insert<Parent>();
+  context->closeUndoGroup();
+  child->setPrimitiveValueForKey(parent, "parent");
+  child->setPrimitiveValueForKey(parent, "sponsor");
+  const Dump linked = dump(*context);
+  ASSERT_TRUE(context->undo());
+  EXPECT_EQ(child->parent(), nullptr);
+  EXPECT_EQ(child->sponsor(), nullptr);
+  EXPECT_TRUE(context->verify().empty());
+  ASSERT_TRUE(context->redo());
+  EXPECT_EQ(dump(*context), linked);
+  ASSERT_TRUE(context->undo());
+  ASSERT_TRUE(context->save());
+  EXPECT_TRUE(parent->isGone());
+
+  auto* owner = context->insert<Parent>();
+  context->closeUndoGroup();
+  context->deleteObject(owner);
+  context->closeUndoGroup();
+  ASSERT_TRUE(context->undo());
+  child->setPrimitiveValueForKey(owner, "sponsor");
+  ASSERT_TRUE(context->redo());
+  EXPECT_EQ(child->sponsor(), nullptr);
+  EXPECT_TRUE(context->verify().empty());
+}
+
 TEST_F(ContextTest, BothEndsOfAPairAreUndoneOrNeither) {
   auto* parent = context->insert<Parent>();
   auto* label = context->insert<Label>();

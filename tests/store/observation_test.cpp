@@ -163,6 +163,20 @@ TEST_F(ObservationTest, ObserversMayInterveneInADeletion) {
   EXPECT_TRUE(second->isDeleted());
   expectSound();
 
+  auto* next = context->insert<Parent>();
+  first->setSponsor(next);
+  auto* label = context->insert<Label>();
+  killer = context->observe(*first, "sponsor", [&](const Change& change) {
+    if (change.phase != Change::Phase::Did || first->sponsor() == next) return;
+    first->setSponsor(next);
+    next->setLabel(label);
+  });
+  EXPECT_THROW(context->deleteObject(next), RecordGoneError) << "the last attempt came too late";
+  EXPECT_TRUE(next->isDeleted());
+  EXPECT_EQ(first->sponsor(), nullptr);
+  EXPECT_EQ(label->owner(), nullptr);
+  expectSound();
+
   auto* last = context->insert<Parent>();
   killer.end();
   first->setSponsor(last);
