@@ -189,6 +189,19 @@ TEST_F(ObservationTest, ObserversMayInterveneInADeletion) {
   expectSound();
 }
 
+TEST_F(ObservationTest, ObserversThatNeverComeToAnEndAreStopped) {
+  auto* child = context->insert<Child>();
+  const auto grows = context->observe(*child, "amount", [&](const Change& change) {
+    if (change.phase == Change::Phase::Did) child->setAmount(child->amount().value_or(0) + 1);
+  });
+  EXPECT_THROW(child->setAmount(1), StoreError);
+  auto* parent = context->insert<Parent>();
+  const auto opens = onWill(*parent, "name", [&] { parent->setName("Karin"); });
+  EXPECT_THROW(parent->setName("Olle"), StoreError);
+  EXPECT_EQ(parent->name(), "Olle");
+  expectSound();
+}
+
 TEST_F(ObservationTest, AnObserverThatThrowsStopsNothing) {
   auto* a = context->insert<Parent>();
   auto* b = context->insert<Parent>();

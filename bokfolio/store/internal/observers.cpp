@@ -136,8 +136,14 @@ void Observers::addConcerned(const Record& record, const Key& key, Observations&
 
 // --- Telling
 
+void Observers::requireEnd() const {
+  constexpr int kDeepest = 200;
+  if (depth_ >= kDeepest) throw StoreError("observers answer changes with changes without end");
+}
+
 void Observers::tell(const Observations& told, Change::Phase phase) noexcept {
   ++holds_;
+  ++depth_;
   for (const auto& observation : told) {
     if (!observation->active) continue;
     try {
@@ -146,6 +152,7 @@ void Observers::tell(const Observations& told, Change::Phase phase) noexcept {
       if (!failure_) failure_ = std::current_exception();
     }
   }
+  --depth_;
   --holds_;
 }
 
@@ -169,6 +176,7 @@ void Observers::throwKept() {
 
 void Observers::willChange(Record& record, const Key& key) {
   if (!areOn(record)) return;
+  requireEnd();
   Observations told;
   addConcerned(record, key, told);
   brackets_.push_back({&record, key.id, told});
@@ -203,6 +211,7 @@ void Announcement::addObserved(const Record& record, const Key& key) {
 }
 
 void Announcement::begin() {
+  observers_.requireEnd();
   begun_ = true;
   ++observers_.holds_;
   observers_.tell(told_, Change::Phase::Will);

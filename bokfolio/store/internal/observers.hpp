@@ -3,7 +3,8 @@
 // record at its far end, hung over when the link changes.
 //
 // What an observer throws stops neither the change nor the other observers. The first exception
-// leaves when the outermost change is over, later ones are dropped.
+// leaves when the outermost change is over, later ones are dropped. Observers that answer each
+// change with another end in StoreError, not in a stack that overflows.
 #pragma once
 
 #include <cstdint>
@@ -77,6 +78,8 @@ class Observers {
               const std::vector<std::string>& path, std::size_t step);
   void hang(const std::shared_ptr<Observation>& observation);
   void unhang(Observation& observation);
+  // StoreError when observers have called each other too often.
+  void requireEnd() const;
   // Tells those that are still there; what they throw is kept.
   void tell(const Observations& told, Change::Phase phase) noexcept;
   void tellEnd(const Observations& told, bool relinked) noexcept;
@@ -86,6 +89,7 @@ class Observers {
   std::vector<Bracket> brackets_;
   std::exception_ptr failure_;
   int holds_ = 0;
+  int depth_ = 0;  // calls of observers under way, one inside the other
   std::shared_ptr<Observers*> self_;
 };
 
