@@ -144,6 +144,12 @@ void Context::performAfterDelay(Record& record, std::int64_t microseconds,
       });
 }
 
+Decimal Context::keptSum(std::string_view entityName, const KeptSumQuestion& question) {
+  const Entity& entity = schema().entity(entityName);
+  if (entity.keptSum() == nullptr) throw StoreError(entity.name() + " keeps no sum");
+  return parts_->sums(entity).find(question).total();
+}
+
 std::vector<std::string> Context::verify() { return internal::verify(*parts_); }
 
 }  // namespace bokfolio

@@ -22,6 +22,7 @@
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/environment.hpp"
 #include "bokfolio/platform/error.hpp"
+#include "bokfolio/store/kept_sum.hpp"
 #include "bokfolio/store/observation.hpp"
 #include "bokfolio/store/predicate.hpp"
 #include "bokfolio/store/record.hpp"
@@ -97,6 +98,12 @@ class BOKFOLIO_EXPORT Context {
   // Number of matches. Throws LoadError when the engine reports an error.
   std::size_t count(std::string_view entityName,
                     const std::optional<Predicate>& predicate = std::nullopt);
+  // What the sum that the entity keeps (EntityTable::keepSum) comes to, unsaved changes included;
+  // zero where there is nothing to add. Throws StoreError for an entity that keeps none and for a
+  // question about neither owner nor mark, or about a mark alone with a date; DecimalError for a
+  // sum that is no Decimal; LoadError when the engine reports an error. Cost: the same in any
+  // document, but the first question reads all records of the entity.
+  Decimal keptSum(std::string_view entityName, const KeptSumQuestion& question);
 
   // --- Changes
   bool hasChanges() const;
@@ -134,8 +141,8 @@ class BOKFOLIO_EXPORT Context {
   void performAfterDelay(Record& record, std::int64_t microseconds,
                          std::function<void(Record&)> work);
 
-  // Checks the store against itself: inverses agree, indexes and sets equal scans. Answers what is
-  // wrong, nothing when all is well. Cost: everything is read.
+  // Checks the store against itself: inverses agree, indexes, kept sums and sets equal scans.
+  // Answers what is wrong, nothing when all is well. Cost: everything is read.
   std::vector<std::string> verify();
 
   StoreParts& parts() { return *parts_; }

@@ -234,6 +234,11 @@ class EntityTable {
     return *this;
   }
 
+  EntityTable& keepSum(KeptSumDescription sum) {
+    entity_.keptSum = std::move(sum);
+    return *this;
+  }
+
   EntityDescription description() { return std::move(entity_); }
 
  private:

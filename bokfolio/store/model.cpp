@@ -11,7 +11,7 @@ namespace bokfolio {
 
 namespace {
 
-constexpr std::size_t kMaximumIndexes = 16;  // a record keeps one bit for each
+constexpr std::size_t kMaximumIndexes = 15;  // a record keeps a bit for each, and for its sum
 constexpr std::size_t kMaximumProperties = 1024;
 
 using EntitiesByName = std::unordered_map<std::string_view, const EntityDescription*>;
@@ -63,6 +63,7 @@ class EntityInspection {
       if (!holdsDefault(property)) report(property.name, "cannot hold its default");
     }
     for (const auto& index : entity_.indexes) inspectIndex(index);
+    if (entity_.keptSum) inspectKeptSum(*entity_.keptSum);
     if (entity_.indexes.size() > kMaximumIndexes) report("", "too many indexes");
     if (entity_.properties.size() > kMaximumProperties) report("", "too many properties");
     inspectCircles();
@@ -118,6 +119,25 @@ class EntityInspection {
         report(key, "a text is indexed alone");
       }
     }
+  }
+
+  void inspectKeptSum(const KeptSumDescription& sum) {
+    inspectSummed(entity_, sum.plus, PropertyKind::Decimal);
+    inspectSummed(entity_, sum.minus, PropertyKind::Decimal);
+    inspectSummed(entity_, sum.unless, PropertyKind::Integer);
+    for (const auto& link : {sum.owner, sum.mark, sum.via})
+      inspectSummed(entity_, link, PropertyKind::ToOne);
+    const auto* via = propertyOf(entity_, sum.via);
+    const auto target = via == nullptr ? all_.end() : all_.find(via->target);
+    if (target == all_.end()) return;
+    inspectSummed(*target->second, sum.period, PropertyKind::ToOne);
+    inspectSummed(*target->second, sum.instant, PropertyKind::Date);
+  }
+
+  void inspectSummed(const EntityDescription& entity, const std::string& key, PropertyKind kind) {
+    const auto* property = propertyOf(entity, key);
+    if (property == nullptr || property->kind != kind)
+      report(key, "is not there, or not of the kind that a kept sum needs");
   }
 
   void inspectCircles() {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -78,12 +79,27 @@ struct IndexDescription {
   std::vector<std::string> keys;
 };
 
+// A sum over the entity's records that the store keeps up to date with every change, so that asking
+// for it (Context::keptSum) costs the same in any book. It is exact and rounds once, when read.
+struct KeptSumDescription {
+  std::string plus;  // what is summed: `plus` less `minus`, decimals; nil counts as zero
+  std::string minus;
+  std::string unless;  // an integer; a record that has `unlessValue` there counts nothing
+  std::int64_t unlessValue = 0;
+  std::string owner;  // to-ones of the record itself
+  std::string mark;
+  std::string via;  // leads to the record that has the period (a to-one) and the instant
+  std::string period;
+  std::string instant;
+};
+
 struct EntityDescription {
   std::string name;
   std::vector<PropertyDescription> properties;
   std::vector<DerivedKeyDescription> derived;
   std::vector<DependencyDescription> dependencies;
   std::vector<IndexDescription> indexes;
+  std::optional<KeptSumDescription> keptSum;
   // Makes a record of the entity's class; nullptr makes a plain Record.
   std::unique_ptr<Record> (*make)(const RecordInit&) = nullptr;
 

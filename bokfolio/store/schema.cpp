@@ -56,6 +56,7 @@ Schema::Schema(const std::vector<EntityDescription>& entities) {
     resolveDependencies(entity);
     resolveIndexes(entity);
   }
+  for (Entity& entity : entities_) resolveKeptSum(entity);
 }
 
 const Entity* Schema::find(std::string_view name) const {
@@ -185,6 +186,27 @@ void Schema::resolveIndexes(Entity& entity) {
       entity.properties_[property->ordinal()].indexes_.push_back(layout.ordinal);
     }
   }
+}
+
+void Schema::resolveKeptSum(Entity& entity) {
+  const auto& described = entity.description_.keptSum;
+  if (!described) return;
+  KeptSumLayout& layout = entity.keptSum_.emplace();
+  const auto take = [&layout](Entity& holder, const std::string& name) {
+    Property& property = holder.properties_[holder.property(name)->ordinal()];
+    property.keptSum_ = &layout;
+    return static_cast<const Property*>(&property);
+  };
+  layout.plus = take(entity, described->plus);
+  layout.minus = take(entity, described->minus);
+  layout.unless = take(entity, described->unless);
+  layout.unlessValue = described->unlessValue;
+  layout.owner = take(entity, described->owner);
+  layout.mark = take(entity, described->mark);
+  layout.via = take(entity, described->via);
+  Entity& far = entities_[layout.via->target().ordinal()];
+  layout.period = take(far, described->period);
+  layout.instant = take(far, described->instant);
 }
 
 }  // namespace bokfolio

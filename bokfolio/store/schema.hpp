@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -39,6 +40,8 @@ struct Key {
   bool hasAccessor() const { return getter != nullptr; }
 };
 
+struct KeptSumLayout;
+
 class BOKFOLIO_EXPORT Property {
  public:
   const std::string& name() const { return description_->name; }
@@ -63,6 +66,9 @@ class BOKFOLIO_EXPORT Property {
   const Key& key() const { return *key_; }
   // Ordinals in Entity::indexes() of the indexes that this property takes part in.
   const std::vector<std::uint16_t>& indexes() const { return indexes_; }
+  // The kept sum that changes with this property, of its own entity's records or of those that
+  // lead to them; nullptr for most.
+  const KeptSumLayout* keptSum() const { return keptSum_; }
 
  private:
   friend class Entity;
@@ -73,8 +79,22 @@ class BOKFOLIO_EXPORT Property {
   const Entity* target_ = nullptr;
   const Property* inverse_ = nullptr;
   const Key* key_ = nullptr;
+  const KeptSumLayout* keptSum_ = nullptr;
   std::uint16_t ordinal_ = 0;
   std::vector<std::uint16_t> indexes_;
+};
+
+// KeptSumDescription, resolved.
+struct KeptSumLayout {
+  const Property* plus = nullptr;
+  const Property* minus = nullptr;
+  const Property* unless = nullptr;
+  std::int64_t unlessValue = 0;
+  const Property* owner = nullptr;
+  const Property* mark = nullptr;
+  const Property* via = nullptr;
+  const Property* period = nullptr;
+  const Property* instant = nullptr;
 };
 
 // Over one or two properties; a text property stands alone and answers equality only.
@@ -92,6 +112,8 @@ class BOKFOLIO_EXPORT Entity {
   const Property& property(std::uint16_t ordinal) const { return properties_[ordinal]; }
   const std::deque<Key>& keys() const { return keys_; }
   const std::vector<IndexLayout>& indexes() const { return indexes_; }
+  // nullptr when the entity has none.
+  const KeptSumLayout* keptSum() const { return keptSum_ ? &*keptSum_ : nullptr; }
 
   // nullptr when the entity has no such key or stored property.
   const Key* key(std::string_view name) const;
@@ -113,6 +135,7 @@ class BOKFOLIO_EXPORT Entity {
   std::deque<Key> keys_;
   std::unordered_map<std::string_view, const Key*> byName_;
   std::vector<IndexLayout> indexes_;
+  std::optional<KeptSumLayout> keptSum_;
 };
 
 class BOKFOLIO_EXPORT Schema {
@@ -134,6 +157,7 @@ class BOKFOLIO_EXPORT Schema {
   void resolveKeys(Entity& entity);
   void resolveDependencies(Entity& entity);
   void resolveIndexes(Entity& entity);
+  void resolveKeptSum(Entity& entity);
 
   std::deque<Entity> entities_;
   std::unordered_map<std::string_view, const Entity*> byName_;

@@ -86,16 +86,15 @@ Decimal Account::balanceByDate(std::optional<Date> date, FiscalYear* year, Tag* 
     environment().assertions().handleFailure("No fiscal year in balance request", "Account", 95);
     return {};
   }
-  std::vector<Predicate> conditions{year->rowPredicate()};
-  if (date && tag != nullptr) {
-    conditions.emplace_back("tag == %@ AND entry.date < %@", std::vector<Value>{tag, *date});
-  } else if (date) {
-    conditions.emplace_back("entry.date < %@", std::vector<Value>{*date});
-  }
-  const Decimal sum = rows().filtered(Predicate::andPredicate(conditions)).sum("net");
-  const StartingBalance* opening = startingBalances().filtered(year->predicate()).first();
-  if (opening == nullptr) return sum;
-  return sum + opening->balance().value_or(Decimal());
+  const Decimal sum = sumOfNets(*year, date, false, date ? tag : nullptr);
+  for (const StartingBalance* opening : startingBalances().members())
+    if (opening->fiscalYear() == year) return sum + opening->balance().value_or(Decimal());
+  return sum;
+}
+
+Decimal Account::sumOfNets(const FiscalYear& year, std::optional<Date> date, bool including,
+                           const Tag* tag) const {
+  return managedObjectContext().keptSum(Row::kEntityName, {this, tag, &year, date, including});
 }
 
 bool Account::hasType(AccountType wanted) const {

@@ -100,8 +100,13 @@ class BOKFOLIO_EXPORT Account : public Record {
   // With a date only rows of entries dated strictly before it count, and then, with a tag, only
   // those that carry the tag; a tag without a date narrows nothing. The starting balance is always
   // added whole. Without a year: assertion "No fiscal year in balance request", and zero where the
-  // handler lets it go on.
+  // handler lets it go on. Cost: the store keeps these sums, so the same in any book; the first
+  // question after opening one counts all its rows.
   Decimal balanceByDate(std::optional<Date> date, FiscalYear* year, Tag* tag = nullptr) const;
+  // The sum of `net` alone: over all the account's rows in the year, or those of entries dated
+  // before the date, or before and at it; with a tag only those that carry it.
+  Decimal sumOfNets(const FiscalYear& year, std::optional<Date> date = std::nullopt,
+                    bool including = false, const Tag* tag = nullptr) const;
 
   // Types 0, 1 and 4.
   bool balanceAccount() const;

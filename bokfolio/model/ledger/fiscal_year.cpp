@@ -11,6 +11,7 @@
 #include "bokfolio/platform/calendar.hpp"
 #include "bokfolio/platform/date_text.hpp"
 #include "bokfolio/store/context.hpp"
+#include "bokfolio/store/store_error.hpp"
 
 namespace bokfolio {
 
@@ -137,21 +138,24 @@ Predicate FiscalYear::invoicePredicate() const {
   return Predicate("date > %@ AND date < %@", {Value(start()), Value(end())});
 }
 
-Decimal FiscalYear::netOfRows(const Predicate& condition) const {
-  auto rows = managedObjectContext().fetchEntitiesWithName(
-      Row::kEntityName, Predicate::andPredicate({rowPredicate(), condition}));
-  return rows ? RecordSet(std::move(*rows)).sum("net") : Decimal();
+// Up to and including the date. What cannot be read counts as none.
+Decimal FiscalYear::netOnAccounts(AccountType type, std::optional<Date> date) const {
+  Decimal sum;
+  const auto accounts = managedObjectContext().fetch<Account>(
+      Predicate("type == %d", {static_cast<std::int64_t>(type)}));
+  try {
+    for (const Account* account : accounts) sum += account->sumOfNets(*this, date, true);
+  } catch (const LoadError&) {
+    return {};
+  }
+  return sum;
 }
 
 Decimal FiscalYear::profitLoss() const { return profitLossByDate(std::nullopt); }
 
 Decimal FiscalYear::profitLossByDate(std::optional<Date> date) const {
-  const auto netOnAccountsOf = [&](AccountType type) {
-    const auto code = static_cast<std::int64_t>(type);
-    return netOfRows(date ? Predicate("account.type == %d && entry.date <= %@", {code, *date})
-                          : Predicate("account.type == %d", {code}));
-  };
-  return Decimal() - netOnAccountsOf(AccountType::Income) - netOnAccountsOf(AccountType::Cost);
+  return Decimal() - netOnAccounts(AccountType::Income, date) -
+         netOnAccounts(AccountType::Cost, date);
 }
 
 Decimal FiscalYear::profitLossIncludingProfitAccount() const {
@@ -159,7 +163,7 @@ Decimal FiscalYear::profitLossIncludingProfitAccount() const {
   const Book* book = Book::currentBookInContext(managedObjectContext());
   const Account* results = book == nullptr ? nullptr : book->results();
   if (results == nullptr) return profit;
-  return profit + results->rows().filtered(rowPredicate()).sum("net");
+  return profit + results->sumOfNets(*this);
 }
 
 RecordSetOf<Entry> FiscalYear::orphanedEntries() const {

@@ -21,6 +21,8 @@
 
 namespace bokfolio {
 
+enum class AccountType : std::int64_t;
+
 class Entry;
 class StartingBalance;
 
@@ -78,7 +80,8 @@ class BOKFOLIO_EXPORT FiscalYear : public Record {
   Predicate invoicePredicate() const;
 
   // Income less costs, positive for a profit: minus the nets of the year's rows on accounts of
-  // types 2 and 3, of entries dated up to and including the date when one is given.
+  // types 2 and 3, of entries dated up to and including the date when one is given. Cost: linear in
+  // accounts (Account::balanceByDate).
   Decimal profitLoss() const;
   Decimal profitLossByDate(std::optional<Date> date) const;
   // The same plus the net of the year's rows on the result account of the current book.
@@ -103,8 +106,8 @@ class BOKFOLIO_EXPORT FiscalYear : public Record {
   // with one number the oldest gets it all. Types 2, 3 and 4 start every year at nothing, and the
   // result is moved nowhere. false, and nothing changed, for the first year (code 6), and with the
   // engine's error when accounts cannot be read. Nothing is asked and nothing saved. Later years do
-  // not follow by themselves: carry each forward in turn. Cost: one pass over the previous year's
-  // rows, then linear in accounts.
+  // not follow by themselves: carry each forward in turn. Cost: linear in accounts, once the sums
+  // of the book are known (Account::balanceByDate).
   bool updateStartingBalances(ErrorOut error = nullptr);
 
   // Deletes a half-made year: one without entries of which a bound is unset.
@@ -118,7 +121,7 @@ class BOKFOLIO_EXPORT FiscalYear : public Record {
   bool validateForUpdate(ErrorOut error = nullptr) override;
 
  private:
-  Decimal netOfRows(const Predicate& condition) const;
+  Decimal netOnAccounts(AccountType type, std::optional<Date> date) const;
   bool validateNoEntryOutside(const Predicate& outside, ErrorOut error) const;
 };
 

@@ -25,18 +25,19 @@ SumsByNumber openingBalances(const FiscalYear& year) {
   return sums;
 }
 
-SumsByNumber netsOfRows(const FiscalYear& year) {
+SumsByNumber netsOfRows(const FiscalYear& year, const std::vector<Record*>& balanceAccounts) {
   SumsByNumber sums;
-  const RecordSetOf<Row> rows(year.entries().distinctUnion("rows"));
-  for (const Row* row : rows.filtered(Account::balanceAccountPredicateForRows()).members())
-    sums[row->accountNumber()] += row->net();
+  for (const Record* each : balanceAccounts) {
+    const auto* account = static_cast<const Account*>(each);
+    sums[account->number()] += account->sumOfNets(year);
+  }
   return sums;
 }
 
 // Openings and nets are each added up before they are added to one another.
-SumsByNumber closingBalances(const FiscalYear& year) {
+SumsByNumber closingBalances(const FiscalYear& year, const std::vector<Record*>& balanceAccounts) {
   SumsByNumber sums = openingBalances(year);
-  for (const auto& [number, net] : netsOfRows(year)) sums[number] += net;
+  for (const auto& [number, net] : netsOfRows(year, balanceAccounts)) sums[number] += net;
   return sums;
 }
 
@@ -56,10 +57,10 @@ bool FiscalYear::updateStartingBalances(ErrorOut error) {
                             "There is no fiscal year preceding this year.", environment());
   Context& context = managedObjectContext();
   // All that can fail is read before anything is changed.
-  SumsByNumber sums = closingBalances(*former);
   const auto accounts =
       context.fetchEntitiesWithName(Account::kEntityName, Account::balanceAccountPredicate());
   if (!accounts) return internal::refuseUnreadable(error, Account::kEntityName, context);
+  SumsByNumber sums = closingBalances(*former, *accounts);
   removeAll(startingBalances(), context);
   for (Record* account : *accounts) {
     // Taken out, so that one account of several with this number opens with the sum.

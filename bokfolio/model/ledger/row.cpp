@@ -41,6 +41,17 @@ EntityDescription Row::table() {
   table.dependsOn("accountNumber", {"account"});
   table.dependsOn("accountName", {"account"});
   table.dependsOn("net", {"debit", "credit", "status"});
+  KeptSumDescription net;
+  net.plus = "debit";
+  net.minus = "credit";
+  net.unless = "status";
+  net.unlessValue = static_cast<std::int64_t>(RowStatus::Removed);
+  net.owner = "account";
+  net.mark = "tag";
+  net.via = "entry";
+  net.period = "fiscalYear";
+  net.instant = "date";
+  table.keepSum(std::move(net));
   return table.description();
 }
 

@@ -34,7 +34,7 @@ void Tag::removeEmptyTagsInContext(Context& context) {
 std::optional<Decimal> Tag::balance() const {
   const FiscalYear* latest = FiscalYear::latestFiscalYearInContext(managedObjectContext());
   if (latest == nullptr) return std::nullopt;
-  return rows().filtered(latest->rowPredicate()).sum("net");
+  return managedObjectContext().keptSum(Row::kEntityName, {nullptr, this, latest, {}});
 }
 
 }  // namespace bokfolio

@@ -63,10 +63,25 @@ void Journal::prepare(Record& record, const Property& property, bool recorded) {
             readValue(property, RecordAccess::view(record))});
     if (!record.isInserted()) RecordAccess::raise(record, RecordAccess::kUpdated);
   }
+  if (property.keptSum() != nullptr) detachFromSum(record, property);
   if (property.indexes().empty()) return;
   EntityRecords& records = store_->of(record.entity());
   for (const std::uint16_t index : property.indexes())
     if (records.indexes[index].built()) records.indexes[index].detach(record);
+}
+
+// Out of the sum before what it counts changes, on the record itself or behind its link.
+void Journal::detachFromSum(Record& record, const Property& property) {
+  const KeptSumLayout& layout = *property.keptSum();
+  auto& sums = store_->of(layout.via->entity()).sums;
+  if (!sums->built()) return;
+  if (&property != layout.period && &property != layout.instant) {
+    sums->detach(record);
+  } else {
+    store_->members(record, layout.via->inverse()).forEach([&](Record* each) {
+      sums->detach(*each);
+    });
+  }
 }
 
 void Journal::keepSavedValues(Record& record) {
@@ -120,8 +135,7 @@ void Journal::insert(Record& record) {
   RecordAccess::raise(record, RecordAccess::kInserted | RecordAccess::kBornHere);
   EntityRecords& records = store_->of(record.entity());
   ++records.liveCount;
-  for (Index& index : records.indexes)
-    if (index.built()) index.await(record);
+  records.await(record);
   tracking_.addInserted(record);
   if (inTrial_ || undoEnabled_) push({UndoStep::Kind::Insert, &record, nullptr, {}});
   if (!inTrial_ && undoEnabled_) RecordAccess::raise(record, RecordAccess::kNew);
@@ -195,8 +209,7 @@ void Journal::applyDeleteRule(Record& record, const Property& property,
 
 void Journal::hide(Record& record, std::uint16_t state) {
   EntityRecords& records = store_->of(record.entity());
-  for (Index& index : records.indexes)
-    if (index.built()) index.drop(record);
+  records.drop(record);
   unlinkAll(record);
   RecordAccess::raise(record, state);
   --records.liveCount;
@@ -208,8 +221,7 @@ void Journal::show(Record& record, std::uint16_t state) {
   EntityRecords& records = store_->of(record.entity());
   ++records.liveCount;
   linkAll(record);
-  for (Index& index : records.indexes)
-    if (index.built()) index.await(record);
+  records.await(record);
 }
 
 void Journal::makeShell(Record& record) {

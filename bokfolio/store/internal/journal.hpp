@@ -126,6 +126,7 @@ class Journal {
   bool isRecorded(const Record& record, const Property& property, WriteMode mode) const;
   // All that precedes a change of a slot.
   void prepare(Record& record, const Property& property, bool recorded);
+  void detachFromSum(Record& record, const Property& property);
   void keepSavedValues(Record& record);
   void push(UndoStep step);
   void applyDeleteRule(Record& record, const Property& property,

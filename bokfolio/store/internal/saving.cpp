@@ -189,6 +189,7 @@ class SelfCheck {
         if (property.isToMany()) checkFarSets(records, property);
       }
       for (const IndexLayout& layout : entity.indexes()) checkIndex(entity, records, layout);
+      if (entity.keptSum() != nullptr) checkSums(entity, records);
     }
     return std::move(faults_);
   }
@@ -245,6 +246,13 @@ class SelfCheck {
     if (expected != found)
       report(entity.name() + ": the index on " + layout.properties.front()->name() +
              " differs from a scan");
+  }
+
+  void checkSums(const Entity& entity, const std::vector<Record*>& records) {
+    const KeptSums& kept = store_.sums(entity);
+    KeptSums fresh(*entity.keptSum());
+    fresh.build(records);
+    if (!kept.agreesWith(fresh)) report(entity.name() + ": the kept sums differ from a scan");
   }
 
   StoreParts& store_;

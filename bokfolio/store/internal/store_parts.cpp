@@ -88,10 +88,23 @@ EntityRecords::EntityRecords(const Entity& described)
       defaults(pool.allocate()),
       inverseBuilt(described.properties().size(), false) {
   for (const IndexLayout& layout : described.indexes()) indexes.emplace_back(layout);
+  if (const KeptSumLayout* layout = described.keptSum()) sums.emplace(*layout);
   internal::SlotWriter slots(described, defaults);
   for (const Property& property : described.properties())
     if (!property.isRelationship())
       slots.setValue(property, internal::fittingValue(property, property.defaultValue()));
+}
+
+void EntityRecords::await(Record& record) {
+  for (internal::Index& index : indexes)
+    if (index.built()) index.await(record);
+  if (sums && sums->built()) sums->await(record);
+}
+
+void EntityRecords::drop(Record& record) {
+  for (internal::Index& index : indexes)
+    if (index.built()) index.drop(record);
+  if (sums && sums->built()) sums->drop(record);
 }
 
 EntityRecords::~EntityRecords() { internal::releaseSlots(*entity, defaults); }
@@ -229,6 +242,20 @@ const internal::Index& StoreParts::index(const Entity& entity, std::uint16_t ord
     index.attachWaiting();
   }
   return index;
+}
+
+const internal::KeptSums& StoreParts::sums(const Entity& entity) {
+  internal::KeptSums& sums = *of(entity).sums;
+  if (sums.built()) {
+    sums.attachWaiting();
+    return sums;
+  }
+  // The way back from the far records is complete before any of them can change.
+  const Property& via = *entity.keptSum()->via;
+  load(via.target());
+  if (!of(entity).inverseBuilt[via.ordinal()]) buildInverse(via);
+  sums.build(all(entity));
+  return sums;
 }
 
 }  // namespace bokfolio

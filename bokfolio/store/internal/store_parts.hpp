@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "bokfolio/platform/environment.hpp"
 #include "bokfolio/store/internal/index.hpp"
 #include "bokfolio/store/internal/journal.hpp"
+#include "bokfolio/store/internal/kept_sums.hpp"
 #include "bokfolio/store/internal/observers.hpp"
 #include "bokfolio/store/internal/record_access.hpp"
 #include "bokfolio/store/internal/record_table.hpp"
@@ -32,12 +34,18 @@ struct EntityRecords {
   const Entity* entity;
   internal::RecordTable table;
   internal::SlotPool pool;
-  std::byte* defaults;                   // the values of a record that was just inserted
-  std::vector<internal::Index> indexes;  // by IndexLayout::ordinal
-  std::vector<bool> inverseBuilt;        // by ordinal of a to-one: its far sets are complete
-  std::size_t liveCount = 0;             // saved and unsaved records that are not deleted
-  RecordId nextId = 0;                   // 0: the engine has not been asked yet
-  bool loaded = false;                   // every saved record is in memory
+  std::byte* defaults;                     // the values of a record that was just inserted
+  std::vector<internal::Index> indexes;    // by IndexLayout::ordinal
+  std::vector<bool> inverseBuilt;          // by ordinal of a to-one: its far sets are complete
+  std::size_t liveCount = 0;               // saved and unsaved records that are not deleted
+  RecordId nextId = 0;                     // 0: the engine has not been asked yet
+  bool loaded = false;                     // every saved record is in memory
+  std::optional<internal::KeptSums> sums;  // entities with a kept sum only
+
+  // A record that came into sight waits to be counted by what is kept of all; one that goes is not
+  // counted any more.
+  void await(Record& record);
+  void drop(Record& record);
 };
 
 struct StoreParts {
@@ -79,6 +87,7 @@ struct StoreParts {
   void buildInverse(const Property& toOne);
   // Built and up to date.
   const internal::Index& index(const Entity& entity, std::uint16_t ordinal);
+  const internal::KeptSums& sums(const Entity& entity);
 };
 
 }  // namespace bokfolio
