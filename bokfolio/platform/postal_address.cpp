@@ -1,11 +1,8 @@
 #include "bokfolio/platform/postal_address.hpp"
 
-#include <unicode/locdspnm.h>
-
-#include <memory>
 #include <string_view>
 
-#include "bokfolio/platform/internal/locale_state.hpp"
+#include "bokfolio/platform/display_names.hpp"
 
 namespace bokfolio {
 
@@ -83,18 +80,6 @@ std::string postalLines(const PostalAddress& address, std::string_view pattern) 
   return block;
 }
 
-std::string countryName(const std::string& code, const Locale& locale) {
-  UDisplayContext contexts[] = {UDISPCTX_NO_SUBSTITUTE};
-  const std::unique_ptr<icu::LocaleDisplayNames> names(
-      icu::LocaleDisplayNames::createInstance(locale.state().icu, contexts, 1));
-  icu::UnicodeString name;
-  if (names != nullptr) names->regionDisplayName(code.c_str(), name);
-  if (names == nullptr || name.isBogus() || name.isEmpty()) return code;
-  std::string result;
-  name.toUTF8String(result);
-  return result;
-}
-
 }  // namespace
 
 const TextAttributes& postalAddressAttributes() {
@@ -107,7 +92,9 @@ AttributedText formatPostalAddress(const PostalAddress& address, bool countryInc
   const std::string own = capitals(address.country.value_or(""));
   const std::string custom = own.empty() ? locale.countryCode().value_or("") : own;
   std::string block = postalLines(address, orderOf(custom));
-  if (countryIncluded && !own.empty()) addLine(block, countryName(own, locale));
+  if (countryIncluded && !own.empty()) {
+    addLine(block, displayCountryName(own, locale).value_or(own));
+  }
   return AttributedText(block, attributes);
 }
 

@@ -1,0 +1,110 @@
+#include "bokfolio/address/code_to_name_transformer.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <tuple>
+
+#include "tests/world/world.hpp"
+
+namespace bokfolio::test {
+namespace {
+
+using Text = std::optional<std::string>;
+
+TEST(CodeToName, NamesEveryCodeOfTheListsInTheUsersLanguage) {
+  ASSERT_EQ(CountryCodeToNameTransformer::codes().size(), 187U);
+  ASSERT_EQ(LanguageCodeToNameTransformer::codes().size(), 69U);
+  // Locale, countries, languages (none knows "ira"), and a name or two of each.
+  const std::tuple<const char*, std::size_t, std::size_t, const char*, const char*, const char*>
+      cases[] = {
+          {"en_US", 187, 68, "Germany", "Serbia", "Norwegian Bokmål"},
+          {"sv_SE", 187, 68, "Tyskland", "Serbien", "Norskt Bokmål"},
+          {"de_DE", 187, 68, "Deutschland", "Serbien", "Norwegisch (Bokmål)"},
+          {"C", 187, 68, "Germany", "Serbia", "Norwegian Bokmål"},
+      };
+  for (const auto& [locale, countryCount, languageCount, de, yu, nb] : cases) {
+    const Environment environment = makeTestEnvironment(locale);
+    const CountryCodeToNameTransformer countries(environment);
+    const LanguageCodeToNameTransformer languages(environment);
+    EXPECT_EQ(countries.transformedValue("DE"), de) << locale;
+    EXPECT_EQ(countries.transformedValue("yu"), yu) << locale;
+    EXPECT_EQ(languages.transformedValue("nb"), nb) << locale;
+    EXPECT_EQ(languages.transformedValue("ira"), "Ira") << locale;
+    const std::pair<const CodeToNameTransformer*, std::size_t> both[] = {
+        {&countries, countryCount}, {&languages, languageCount}};
+    for (const auto& [transformer, count] : both) {
+      const auto& names = transformer->sortedNames();
+      EXPECT_EQ(names.size(), count) << locale;
+      EXPECT_TRUE(std::is_sorted(names.begin(), names.end())) << locale;
+      EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), count) << locale;
+      for (const auto& [code, name] : transformer->lookupDictionary()) {
+        EXPECT_EQ(transformer->reverseTransformedValue(name), code) << locale;
+        EXPECT_EQ(transformer->transformedValue(code), name) << locale;
+      }
+    }
+  }
+  // Swedish writes languages small and countries in capitals; only the former are changed.
+  const CountryCodeToNameTransformer swedish(makeTestEnvironment("sv_SE"));
+  EXPECT_EQ(swedish.transformedValue("ae"), "Förenade Arabemiraten");
+  EXPECT_EQ(swedish.transformedValue("BA"), "Bosnien och Hercegovina");
+  EXPECT_EQ(swedish.sortedNames().back(), "Österrike");
+}
+
+TEST(CodeToName, PassesOnWhatItDoesNotKnow) {
+  const CountryCodeToNameTransformer countries(makeTestEnvironment("en_US"));
+  const std::tuple<Text, Text, Text> cases[] = {
+      {"SE", "Sweden", "SE"},
+      {"se", "Sweden", "se"},
+      {"sE", "Sweden", "sE"},
+      {"xx", "Xx", "xx"},
+      {"qX", "Qx", "qX"},
+      {"RS", "Rs", "RS"},
+      {"north SEA", "North Sea", "north SEA"},
+      {"", "", ""},
+      {"Sweden", "Sweden", "se"},
+      {"sweden", "Sweden", "sweden"},
+      {std::nullopt, std::nullopt, std::nullopt},
+  };
+  for (const auto& [value, shown, back] : cases) {
+    EXPECT_EQ(countries.transformedValue(value), shown) << value.value_or("nil");
+    EXPECT_EQ(countries.reverseTransformedValue(value), back) << value.value_or("nil");
+  }
+  EXPECT_TRUE(countries.allowsReverseTransformation());
+  EXPECT_EQ(countries.transformedValueClass(), typeid(std::string));
+  // Turkish has a capital of its own for "i", which is for names and not for codes.
+  const LanguageCodeToNameTransformer turkish(makeTestEnvironment("tr_TR"));
+  EXPECT_EQ(turkish.transformedValue("it"), "İtalyanca");
+  EXPECT_EQ(turkish.transformedValue("ix"), "Ix");
+}
+
+TEST(CodeToName, TwoCodesOfOneNameAnswerTheFirst) {
+  class Doubled final : public CodeToNameTransformer {
+   public:
+    Doubled() : CodeToNameTransformer({{"yu", "Serbia"}, {"rs", "Serbia"}, {"se", "Sweden"}}) {}
+  };
+  const Doubled doubled;
+  EXPECT_EQ(doubled.reverseTransformedValue("Serbia"), "rs");
+  EXPECT_EQ(doubled.sortedNames(), (std::vector<std::string>{"Serbia", "Serbia", "Sweden"}));
+}
+
+TEST(ValueTransformers, AreKnownByTheLatestOfTheirName) {
+  const auto english =
+      std::make_shared<const CountryCodeToNameTransformer>(makeTestEnvironment("en_US"));
+  const auto swedish =
+      std::make_shared<const CountryCodeToNameTransformer>(makeTestEnvironment("sv_SE"));
+  ValueTransformer::setValueTransformer(english, "TestCountries");
+  const auto earlier = ValueTransformer::valueTransformerForName("TestCountries");
+  ValueTransformer::setValueTransformer(swedish, "TestCountries");
+  EXPECT_EQ(earlier->transformedValue("de"), "Germany");
+  EXPECT_EQ(ValueTransformer::valueTransformerForName("TestCountries"), swedish);
+  const auto names = ValueTransformer::valueTransformerNames();
+  EXPECT_EQ(std::count(names.begin(), names.end(), "TestCountries"), 1);
+  ValueTransformer::setValueTransformer(nullptr, "TestCountries");
+  EXPECT_EQ(ValueTransformer::valueTransformerForName("TestCountries"), nullptr);
+  EXPECT_EQ(ValueTransformer::valueTransformerForName("testcountries"), nullptr);
+}
+
+}  // namespace
+}  // namespace bokfolio::test
