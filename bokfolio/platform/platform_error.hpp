@@ -30,6 +30,7 @@ enum class PlatformErrorCode {
   HttpStatus = 13,       // the server answered with another status than 200
   HttpRedirects = 14,    // redirected more often than allowed
   HttpInterrupted = 15,  // the transfer began and broke
+  PropertyListMalformed = 16,  // well-formed XML, but no property list
 };
 
 // Fills `error` when the caller wants one. Answers false, so that a failing operation can return
