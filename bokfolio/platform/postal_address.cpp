@@ -16,11 +16,12 @@ struct LineOrder {
 // S street, Z zipcode, C city, K county; '|' ends a line, other characters stand between fields.
 constexpr std::string_view kUsualOrder = "S|Z C|K";
 constexpr LineOrder kOrders[] = {
-    {"AU", "S|C K Z"},  {"BR", "S|C - K|Z"}, {"CA", "S|C K  Z"}, {"GB", "S|C|K|Z"},
-    {"HK", "S|C|K"},    {"HU", "C|S|Z|K"},   {"IE", "S|C|K|Z"},  {"IN", "S|C Z|K"},
-    {"IT", "S|Z C K"},  {"JP", "S|C, K Z"},  {"LV", "S|C, Z|K"}, {"MT", "S|C|Z|K"},
-    {"MX", "S|Z C, K"}, {"NZ", "S|C Z|K"},   {"RU", "S|C|K|Z"},  {"SG", "S|C Z|K"},
-    {"UK", "S|C|K|Z"},  {"US", "S|C, K Z"},  {"ZA", "S|C|Z|K"},
+    {"AU", "S|C K Z"},  {"BR", "S|C - K|Z"}, {"CA", "S|C K  Z"}, {"CN", "S|C, K Z"},
+    {"GB", "S|C|K|Z"},  {"HK", "S|C|K"},     {"HU", "C|S|Z|K"},  {"ID", "S|C|K Z"},
+    {"IE", "S|C|K|Z"},  {"IN", "S|C Z|K"},   {"IT", "S|Z C K"},  {"JP", "S|C, K Z"},
+    {"KR", "S|C, K Z"}, {"LV", "S|C, Z|K"},  {"MT", "S|C|Z|K"},  {"MX", "S|Z C, K"},
+    {"NZ", "S|C Z|K"},  {"RU", "S|C|K|Z"},   {"SG", "S|C Z|K"},  {"TH", "S|C|K Z"},
+    {"TR", "S|Z C/K"},  {"UK", "S|C|K|Z"},   {"US", "S|C, K Z"}, {"ZA", "S|C|Z|K"},
 };
 
 std::string capitals(std::string_view code) {
