@@ -1,0 +1,158 @@
+#include "bokfolio/plugins/plugin_base.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "bokfolio/plugins/plugin_model.hpp"
+#include "tests/store/test_model.hpp"
+
+namespace bokfolio::test {
+
+struct ViewOnly : BFViewPluginBase {
+  using BFViewPluginBase::BFViewPluginBase;
+};
+struct ActionOnly : BFMenuActionPluginBase {
+  using BFMenuActionPluginBase::BFMenuActionPluginBase;
+};
+
+namespace {
+
+using testing::HasSubstr;
+
+template <class Call>
+void expectMissing(Call call, const char* name, const char* reason) {
+  try {
+    call();
+    FAIL() << name;
+  } catch (const PluginException& missing) {
+    EXPECT_EQ(missing.name(), name);
+    EXPECT_EQ(missing.reason(), reason);
+  }
+}
+
+TEST(PluginBase, HasDefaultsForAllButWhatAPluginMustHave) {
+  TestStore store;
+  ViewOnly view(store.context.get());
+  ActionOnly action(store.context.get());
+  for (const BFPluginBase* plugin : std::initializer_list<const BFPluginBase*>{&view, &action}) {
+    EXPECT_EQ(plugin->type(), 0);
+    EXPECT_EQ(plugin->title(), "Untitled");
+    EXPECT_EQ(plugin->managedObjectContext(), store.context.get());
+    Model model;
+    model.add(Child::table());
+    EXPECT_EQ(plugin->managedObjectModelWithBaseModel(model).entities().size(), 1U);
+  }
+  action.action(nullptr);
+  EXPECT_FALSE(store.context->hasChanges());
+  expectMissing(
+      [&] { view.view(); }, "No view",
+      "You must implement the view method for your bokfolio::test::ViewOnly view plug-in!");
+  expectMissing([&] { static_cast<void>(action.tag()); }, "No tag",
+                "You must implement the tag method for your bokfolio::test::ActionOnly menu action "
+                "plug-in!");
+}
+
+struct Extending final : BFPluginBase {
+  explicit Extending(std::function<Model(Model)> how)
+      : BFPluginBase(nullptr), extend(std::move(how)) {}
+  std::string title() const override { return "Test"; }
+  Model managedObjectModelWithBaseModel(Model base) const override {
+    return extend(std::move(base));
+  }
+  std::function<Model(Model)> extend;
+};
+
+PropertyDescription text(const std::string& name) {
+  PropertyDescription property;
+  property.name = name;
+  return property;
+}
+
+TEST(PluginModel, MayGrowButNotLoseOrMoveWhatIsThere) {
+  Model base;
+  base.add(Parent::table()).add(Child::table()).add(Label::table());
+  const std::tuple<std::function<Model(Model)>, const char*> cases[] = {
+      {[](Model) { return Model(); }, "the entity Parent is gone; the entity Child is gone"},
+      {[](Model model) {
+         auto& keys = model.entity("Child")->properties;
+         keys.insert(keys.begin(), text("first"));
+         return model;
+       },
+       "Child.amount is gone, changed or moved; Child.day is gone"},
+      {[](Model model) {
+         model.entity("Label")->properties.pop_back();
+         return model;
+       },
+       "Label.owner is gone"},
+      {[](Model model) {
+         model.entity("Label")->property("text")->kind = PropertyKind::Binary;
+         return model;
+       },
+       "Label.text is gone, changed or moved"},
+      {[](Model model) {
+         model.entity("Label")->make = nullptr;
+         return model;
+       },
+       "Label has another class"},
+      {[](Model model) {
+         model.add(Label::table());
+         return model;
+       },
+       "Label: is declared twice"},
+      {[](Model) -> Model { throw std::runtime_error("no licence"); }, "no licence"},
+      {[](Model) -> Model { throw 7; }, "no exception"},
+  };
+  for (const auto& [how, reason] : cases) {
+    Model model = base;
+    std::optional<Error> error;
+    EXPECT_FALSE(extendModel(model, Extending(how), &error)) << reason;
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->domain(), kPluginErrorDomain);
+    EXPECT_THAT(error->localizedDescription(), HasSubstr(reason));
+    EXPECT_EQ(model.entities().size(), 3U) << "the model is as it was";
+    EXPECT_TRUE(model.faults().empty());
+    EXPECT_FALSE(extendModel(model, Extending(how)));
+  }
+}
+
+TEST(PluginModel, GrowsByOnePluginAfterAnother) {
+  Model model;
+  model.add(Parent::table()).add(Child::table()).add(Label::table());
+  const Extending first([](Model base) {
+    base.entity("Child")->properties.push_back(text("colour"));
+    EntityDescription entity;
+    entity.name = "Toy";
+    entity.properties.push_back(text("name"));
+    PropertyDescription child = text("child");
+    child.kind = PropertyKind::ToOne;
+    child.target = "Child";
+    entity.properties.push_back(child);
+    base.add(entity);
+    return base;
+  });
+  const Extending second([](Model base) {
+    base.entity("Toy")->properties.push_back(text("maker"));
+    base.entity("Child")->properties.push_back(text("hobby"));
+    return base;
+  });
+  ASSERT_TRUE(extendModel(model, first));
+  ASSERT_TRUE(extendModel(model, second));
+  TestWorld world;
+  const auto context = Context::open(model.freeze(), makeMemoryPersistence(), world.environment);
+  auto* child = context->insert<Child>();
+  child->setAmount(Decimal(3));
+  child->setValueForKey(Value("chess"), "hobby");
+  Record* toy = context->insertNewObject("Toy");
+  toy->setValueForKey(Value(child), "child");
+  toy->setValueForKey(Value("Ek"), "maker");
+  ASSERT_TRUE(context->save());
+  EXPECT_EQ(toy->valueForKeyPath("child.doubled"), Value(Decimal(6)));
+  EXPECT_EQ(toy->valueForKeyPath("child.hobby"), Value("chess"));
+  context->deleteObject(child);
+  EXPECT_TRUE(toy->valueForKey("child").isNil());
+}
+
+}  // namespace
+}  // namespace bokfolio::test
