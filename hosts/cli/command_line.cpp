@@ -173,6 +173,7 @@ void build(CLI::App& app, Host& host) {
   addYearCommands(app, host);
   addOpeningCommands(app, host);
   addCheckCommand(app, host);
+  addAddressCommand(app, host);
   addHelpCommand(app);
   app.footer(kFooter);
 }

@@ -26,6 +26,7 @@ void addEntryCommands(CLI::App& app, Host& host);
 void addBalanceCommand(CLI::App& app, Host& host);
 void addJournalCommand(CLI::App& app, Host& host);
 void addCheckCommand(CLI::App& app, Host& host);
+void addAddressCommand(CLI::App& app, Host& host);
 
 // The parts of `entry`.
 void addEntryComposing(CLI::App& entry, Host& host);
