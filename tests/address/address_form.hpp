@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <map>
+#include <sstream>
 #include <string>
 
 #include "bokfolio/address/address_controller_base.hpp"
@@ -17,6 +18,33 @@ inline std::string textOf(const ViewFrame& frame) {
                 static_cast<double>(frame.y), static_cast<double>(frame.width),
                 static_cast<double>(frame.height));
   return text;
+}
+
+// The entry of a country in the placement list, from "street 0, postalCode 1 0 0.3, city 1 1":
+// field, row, place in the row, width; "-" or nothing leaves one out.
+inline std::string placementEntry(const std::string& country, const std::string& fields) {
+  std::string entry = "<key>" + country + "</key><dict>";
+  std::istringstream items(fields);
+  for (std::string item; std::getline(items, item, ',');) {
+    std::istringstream words(item);
+    std::string field;
+    words >> field;
+    entry += "<key>" + field + "</key><dict>";
+    for (const auto& [key, kind] : {std::pair{"y_index", "integer"},
+                                    std::pair{"x_index", "integer"}, std::pair{"width", "real"}}) {
+      std::string value;
+      if (!(words >> value) || value == "-") continue;
+      entry += std::string("<key>") + key + "</key><" + kind + ">" + value + "</" + kind + ">";
+    }
+    entry += "</dict>";
+  }
+  return entry + "</dict>";
+}
+
+inline std::shared_ptr<const Resources> placementResource(const std::string& entries) {
+  auto resources = std::make_shared<MemoryResources>();
+  resources->add("AddressFieldPlacement", "plist", "<plist><dict>" + entries + "</dict></plist>");
+  return resources;
 }
 
 template <class View = PlainView>

