@@ -93,6 +93,17 @@ icu::SimpleDateFormat* Locale::State::shortDay() const {
   return shortDay_.get();
 }
 
+const icu::Collator* Locale::State::numericOrder() const {
+  std::call_once(numericOrderOnce_, [this] {
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::Collator> made(icu::Collator::createInstance(icu, status));
+    if (U_FAILURE(status)) return;
+    made->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
+    if (U_SUCCESS(status)) numericOrder_ = std::move(made);
+  });
+  return numericOrder_.get();
+}
+
 Locale::Locale(std::string identifier)
     : state_(std::make_shared<const State>(std::move(identifier))) {}
 

@@ -2,6 +2,7 @@
 // installed, so that ICU stays out of the public headers.
 #pragma once
 
+#include <unicode/coll.h>
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
 #include <unicode/smpdtfmt.h>
@@ -26,6 +27,8 @@ struct BOKFOLIO_NO_EXPORT Locale::State {
   const NumberFormatters& numbers() const;
   // The short day style in the time zone GMT; null when the locale has none. Use it under dayMutex.
   icu::SimpleDateFormat* shortDay() const;
+  // Orders texts with runs of digits by value. Immutable once made; null when ICU has no order.
+  const icu::Collator* numericOrder() const;
 
   std::string identifier;
   bool known;
@@ -37,6 +40,8 @@ struct BOKFOLIO_NO_EXPORT Locale::State {
   mutable std::unique_ptr<const NumberFormatters> numbers_;
   mutable std::once_flag shortDayOnce_;
   mutable std::unique_ptr<icu::SimpleDateFormat> shortDay_;
+  mutable std::once_flag numericOrderOnce_;
+  mutable std::unique_ptr<const icu::Collator> numericOrder_;
 };
 
 }  // namespace bokfolio
