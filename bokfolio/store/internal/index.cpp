@@ -25,8 +25,24 @@ IndexCode codeOfReal(double value) {
   return std::max((bits & kSignBit) != 0 ? ~bits : bits | kSignBit, kLowestCode);
 }
 
+// nullopt for a text that is more or other than plain digits.
+std::optional<IndexCode> codeOfDigits(std::string_view text) {
+  constexpr std::size_t kDigits = 18;
+  if (text.empty()) return std::nullopt;
+  text.remove_prefix(std::min(text.find_first_not_of('0'), text.size()));
+  if (text.size() > kDigits) return std::nullopt;
+  IndexCode value = 0;
+  for (const char digit : text) {
+    if (digit < '0' || digit > '9') return std::nullopt;
+    value = value * 10 + static_cast<IndexCode>(digit - '0');
+  }
+  return kLowestDigitsCode + value;
+}
+
 IndexCode codeOfText(std::string_view text) {
-  return std::max<IndexCode>(std::hash<std::string_view>{}(text), kLowestCode);
+  if (const auto code = codeOfDigits(text)) return *code;
+  const IndexCode hash = std::hash<std::string_view>{}(text) % kLowestDigitsCode;
+  return std::max(hash, kLowestCode);
 }
 
 // Cut toward zero and held at the ends: the values of the property on the far side of the constant

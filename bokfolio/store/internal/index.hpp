@@ -3,8 +3,9 @@
 //
 // Values are coded into 64 bits that keep their order: nil is 0 and comes first, integers, dates
 // and references are exact (the two lowest integers share a code), doubles and decimals are coded
-// through their nearest double, texts through a hash and therefore answer equality only. Codes may
-// coincide for unequal values: an index narrows, the predicate decides.
+// through their nearest double. Texts answer equality only: plain digits are coded through their
+// value, above all other texts (store/numbering.hpp looks there for the greatest), the rest through
+// a hash. Codes may coincide for unequal values: an index narrows, the predicate decides.
 //
 // A record leaves the index when an indexed value is about to change and is taken in again when the
 // index is next asked, so that a burst of writes costs one reordering.
@@ -33,6 +34,10 @@ inline constexpr IndexCode kHighestCode = ~static_cast<IndexCode>(0);
 // have no place in the property's order, so that the index says nothing about them.
 IndexCode codeOf(const Property& property, const SlotView& slots);
 std::optional<IndexCode> codeOf(const Property& property, const Value& value);
+
+// Texts of plain digits, at most 18 of them after leading zeros, have these codes and the ones
+// above, in the order of their value; other texts lie below.
+inline constexpr IndexCode kLowestDigitsCode = IndexCode{1} << 63;
 
 // Whether equal codes mean equal values, but for the two lowest integers.
 bool hasExactCodes(const Property& property);
