@@ -34,10 +34,12 @@ class BOKFOLIO_EXPORT Allowance : public Record {
 
   // Parses a rebate and inserts it; nullptr, and nothing inserted, for a text (or nil) that is
   // neither a percentage nor an amount as a whole. A percentage ends with "%", perhaps after one
-  // blank, and has "." before its decimals in every locale: "10%", "12.5 %". Anything else is an
-  // amount in the environment's locale, with the currency's code, "$", "£" or "€" in front when the
-  // currency is that one, or the locale's own symbol in front or behind: "50", "SEK 50", "50 kr".
-  // A sign is kept. `currencyCode` is the invoice's; nil strips no mark of a currency.
+  // blank, and has "." before its decimals in every locale: "10%", "12.5 %". It is read as a binary
+  // fraction times 100. Anything else is an amount in the environment's locale, exact, with the
+  // currency's code, "$", "£" or "€" in front when the currency is that one, or the locale's own
+  // symbol in front or behind: "50", "SEK 50", "50 kr". A minus is kept. Blanks and no-break spaces
+  // around text and number do not matter. `currencyCode` is the invoice's; nil strips no mark of a
+  // foreign currency.
   static Allowance* createAllowanceFromString(const std::optional<std::string>& text,
                                               const std::optional<std::string>& currencyCode,
                                               Context& context);
@@ -56,11 +58,12 @@ class BOKFOLIO_EXPORT Allowance : public Record {
 
   // An amount: the value itself. A percentage: its text in the environment's locale.
   Value formattedValue() const;
-  // As the invoice editor shows it: "10 %", or an amount in the style of the invoice's currency,
-  // Swedish crowns always with "kr" behind ("50,00 kr").
+  // As the invoice editor shows it: whole percent ("10 %"; a value of 12.5 shows as "12 %"), or an
+  // amount in the style of the locale for the currency of the invoice, or of the line's invoice.
+  // An amount that the locale writes with "kr" in front gets it behind ("50,00 kr").
   std::string description() const override;
   // The signed rebate on an amount: exact, and in binary floating point for the VAT summary, which
-  // works in it. nil counts as zero.
+  // works in it. nil counts as zero. DecimalError when the product is no Decimal.
   Decimal amountOnDecimal(const Decimal& amount) const;
   double calculateAllowanceOn(double amount) const;
   // A copy in the same context that belongs to nothing yet.

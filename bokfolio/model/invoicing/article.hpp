@@ -19,6 +19,12 @@ namespace bokfolio {
 class Account;
 class InvoiceLine;
 
+// Of kBokfolioErrorDomain.
+enum class ArticleError : int {
+  NoName = 21,
+  NoNumber = 22,
+};
+
 class BOKFOLIO_EXPORT Article : public Record {
  public:
   static constexpr std::string_view kEntityName = "Article";
@@ -44,16 +50,18 @@ class BOKFOLIO_EXPORT Article : public Record {
   // The VAT rate of the locale's country, and 0.001 seconds later, on the environment's run loop,
   // setPropertiesFromLatestArticle.
   void awakeFromInsert() override;
-  // The next number, and the accounts of the article with the highest one, in the numeric order of
-  // compareNumber. Nothing when the number is set already. The first article of all gets "1"; a
-  // number that does not begin with digits counts as 0; the highest 32-bit integer keeps standing.
-  // Cost: an index look-up, however long the price list.
+  // The number after the highest one, in the order of compareNumber, and that article's accounts;
+  // of several with the highest number the youngest. Nothing when the number is set already. The
+  // first article of all gets "1"; a number that does not begin with an integer counts as 0.
+  // Numbers end at 2147483647, which is then given again. Cost: an index look-up, however long the
+  // price list, plus a comparison of every number that is not of digits alone.
   void setPropertiesFromLatestArticle();
 
   std::optional<std::string> name() const { return get(Slots::name); }
   // Recognises a dependent tax by its name: the localised "localized dependent tax" (11 characters,
-  // in any case) followed by a percentage in the environment's locale. Any other name makes it an
-  // ordinary article and leaves the level.
+  // in any case) followed by a number in the environment's locale, whatever comes after that. The
+  // number becomes the level, with the precision of a float. Any other name, a shorter one and nil
+  // make it an ordinary article and leave the level.
   void setName(const std::optional<std::string>& name);
   // Text of digits.
   std::optional<std::string> number() const { return get(Slots::number); }
@@ -96,9 +104,13 @@ class BOKFOLIO_EXPORT Article : public Record {
   int compareNumber(const Article& other) const;
   int compare(const Article& other) const;
 
-  // Hooks: nil is refused (the library's domain, codes 21 and 22); every other value passes.
+  // Hooks: nil is refused (ArticleError); every other value passes.
   bool validateName(std::optional<std::string>& proposed, ErrorOut error = nullptr);
   bool validateNumber(std::optional<std::string>& proposed, ErrorOut error = nullptr);
+
+ private:
+  bool refuseNil(const std::optional<std::string>& proposed, ArticleError code,
+                 std::string_view textKey, ErrorOut error) const;
 };
 
 }  // namespace bokfolio
