@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "bokfolio/model/invoicing/invoice_line.hpp"
+#include "bokfolio/model/invoicing/vat_rates.hpp"
 #include "bokfolio/model/ledger/account.hpp"
 #include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/platform/number_parsing.hpp"
@@ -68,6 +69,10 @@ EntityDescription Article::table() {
   table.dependsOn("description", {"name", "number"});
   table.index({"number"});
   return table.description();
+}
+
+Decimal Article::vatRateForCountry(const std::optional<std::string>& countryCode) {
+  return bokfolio::vatRateForCountry(countryCode);
 }
 
 void Article::awakeFromInsert() {

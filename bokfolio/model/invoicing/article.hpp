@@ -1,7 +1,6 @@
 // Article: a product or service of the company's price list, with its price, its VAT rate and the
 // accounts on which its sales are booked. Invoice lines copy price and rate when they take an
-// article over, so a later change of the list leaves them as they are. This file also owns the
-// table of standard VAT rates by country.
+// article over, so a later change of the list leaves them as they are.
 #pragma once
 
 #include <cstdint>
@@ -44,8 +43,7 @@ class BOKFOLIO_EXPORT Article : public Record {
 
   using Record::Record;
 
-  // Percent, for a country code in any case; zero for a country that the table lacks, and for nil.
-  // The table is built once for the process.
+  // The standard rate in percent; see vat_rates.hpp.
   static Decimal vatRateForCountry(const std::optional<std::string>& countryCode);
   // The VAT rate of the locale's country, and 0.001 seconds later, on the environment's run loop,
   // setPropertiesFromLatestArticle.

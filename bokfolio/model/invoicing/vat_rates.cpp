@@ -1,9 +1,6 @@
-// The table of standard VAT rates by country. It stands as it was agreed on and is not kept up to
-// date: a rate is only the first proposal for a new article, which the user changes. Great Britain
-// is there under two codes, with different rates.
-#include <unordered_map>
+#include "bokfolio/model/invoicing/vat_rates.hpp"
 
-#include "bokfolio/model/invoicing/article.hpp"
+#include <unordered_map>
 
 namespace bokfolio {
 
@@ -39,7 +36,7 @@ std::string lowerCase(std::string text) {
 
 }  // namespace
 
-Decimal Article::vatRateForCountry(const std::optional<std::string>& countryCode) {
+Decimal vatRateForCountry(const std::optional<std::string>& countryCode) {
   static const Rates kRates = makeRates();
   if (!countryCode) return {};
   const auto rate = kRates.find(lowerCase(*countryCode));
