@@ -1,5 +1,7 @@
 // SupplierInvoice: a bill received from a supplier. Who sent it, when it is due and paid, in which
-// currency, the account that is credited, and its lines.
+// currency, the account that is credited, and its lines. The lines make the debit rows of a
+// purchase entry (SupplierInvoiceLine::addPurchaseRowsToEntry); the row that credits the debt, and
+// the filing of the entry, are the host's.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +12,7 @@
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/date.hpp"
 #include "bokfolio/platform/decimal.hpp"
+#include "bokfolio/platform/image.hpp"
 #include "bokfolio/store/entity_table.hpp"
 #include "bokfolio/store/record.hpp"
 
@@ -55,6 +58,15 @@ class BOKFOLIO_EXPORT SupplierInvoice : public Record {
 
   using Record::Record;
 
+  // 0.01 seconds later, on the environment's run loop, setPropertiesFromLatestInvoice, so that the
+  // inserting code can set fields first.
+  void awakeFromInsert() override;
+  // Registers the bill as of now, with currency and credit period of the bill that was registered
+  // last; the first one of all takes the book's currency and keeps its period. Nothing when it has
+  // been registered already. What the fields held before does not matter: a duplicate loses the
+  // currency and the period that it copied.
+  void setPropertiesFromLatestInvoice();
+
   std::optional<Date> date() const { return get(Slots::date); }
   void setDate(std::optional<Date> date) { set(Slots::date, date); }
   std::optional<Date> dueDate() const { return get(Slots::dueDate); }
@@ -62,7 +74,7 @@ class BOKFOLIO_EXPORT SupplierInvoice : public Record {
   // nil while unpaid.
   std::optional<Date> paidDate() const { return get(Slots::paidDate); }
   void setPaidDate(std::optional<Date> paidDate) { set(Slots::paidDate, paidDate); }
-  // When the bill was registered.
+  // When the bill was registered; nil for the moment before it takes its defaults.
   std::optional<Date> addedDate() const { return get(Slots::addedDate); }
   void setAddedDate(std::optional<Date> addedDate) { set(Slots::addedDate, addedDate); }
   // The supplier's name, and the supplier's number of the bill.
@@ -122,6 +134,29 @@ class BOKFOLIO_EXPORT SupplierInvoice : public Record {
   RecordSetOf<SupplierInvoiceLine> lines() const;
   // Entries made for the bill.
   RecordSetOf<Entry> entries() const;
+
+  // The sums of the lines, without and with VAT, in the bill's currency; zero without lines. Cost:
+  // reads the lines each time.
+  Decimal amount() const;
+  Decimal amountInclVAT() const;
+  // The picture of the state: paid, else overdue when the due date lies before now, else open; nil
+  // when the resources lack it. As a key it reads as the bytes of the picture's file.
+  std::optional<Image> indicator() const;
+  // No, once one of the entries is filed in a fiscal year.
+  bool allowEditAndRemove() const;
+
+  // Announces the key "validity", which holds nothing: lines call it when amount or accounts
+  // change.
+  void updateValidity();
+  // Deletes the lines that cannot be booked: without an amount other than zero, without account, or
+  // with VAT but without VAT account.
+  void removeEmptyLines();
+  // A copy in the same context with the supplier's data, copies of the lines, credit account and
+  // tag; without dates, local amount and entries. The defaults of a new bill run on it, too.
+  SupplierInvoice* duplicate() const;
+
+ private:
+  std::optional<Bytes> indicatorBytes() const;
 };
 
 }  // namespace bokfolio
