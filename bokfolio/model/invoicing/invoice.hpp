@@ -9,12 +9,14 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "bokfolio/export.hpp"
+#include "bokfolio/platform/bytes.hpp"
 #include "bokfolio/platform/date.hpp"
 #include "bokfolio/platform/decimal.hpp"
 #include "bokfolio/platform/image.hpp"
@@ -105,9 +107,10 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   // Credit days: the book's until the invoice is sent, whatever is stored; then what was stored.
   std::optional<std::int64_t> days() const;
   void setDays(std::optional<std::int64_t> days) { set(Slots::days, days); }
-  // Date and stored days, counted in calendar days; nil while nothing is stored. Reading corrects
-  // what is stored when it differs.
-  std::optional<Date> dueDate();
+  // Date and stored days, counted in calendar days of the environment's zone (the hour stays over a
+  // change of summer time); nil while nothing is stored. Reading corrects what is stored when it
+  // differs, and clears it on an invoice without a date; it announces that like any other change.
+  std::optional<Date> dueDate() const;
   void setDueDate(std::optional<Date> dueDate) { set(Slots::dueDate, dueDate); }
   // The text of the terms: until the invoice is sent, that of CreditDetails in the invoice's
   // language; then what was stored.
@@ -230,6 +233,8 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   // resources lack.
   std::optional<std::string> statusDescription() const;
   std::optional<Image> indicator() const;
+  // The picture's file, which is also what the key "indicator" reads.
+  std::optional<Bytes> indicatorBytes() const;
   // By number; equal numbers as they were made.
   std::vector<InvoiceLine*> sortedInvoiceLines() const;
   // This very invoice, which serves as a key as it is.
@@ -297,6 +302,13 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   void createDeliveryAddress();
   // Deletes the lines that have neither article nor comment.
   void removeEmptyLines();
+
+ private:
+  std::optional<Date> dateAfter(std::optional<std::int64_t> days) const;
+  bool hasStatusAmong(std::initializer_list<InvoiceStatus> wanted) const;
+
+  // While reading the due date corrects it, observers who read it get the right one.
+  mutable bool correctsDueDate_ = false;
 };
 
 }  // namespace bokfolio

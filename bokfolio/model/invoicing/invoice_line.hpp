@@ -63,7 +63,8 @@ class BOKFOLIO_EXPORT InvoiceLine : public Record {
   std::optional<std::string> allowanceString() const;
   void setAllowanceString(const std::optional<std::string>& text);
   Article* article() const;
-  // An article, an article's number, or nil; leaves price and VAT as they are.
+  // An article, an article's number (a number, or a text whose leading integer is taken; it is
+  // looked up as text), or nil; a number that no article has clears. Price and VAT stay.
   void setArticle(const Value& article);
   // The article's; nil without one. The setters look the article up, by its number or by its name
   // in any case with '*' and '?' as wildcards, and take it over; one that is not found clears the
@@ -91,6 +92,12 @@ class BOKFOLIO_EXPORT InvoiceLine : public Record {
   // A copy in the same context, on the same article and with the same number and a copy of the
   // rebate, that belongs to no invoice yet.
   InvoiceLine* duplicate() const;
+
+ private:
+  void takeShareOfLineAbove(std::optional<double> percent);
+  const InvoiceLine* lineAbove() const;
+  void updateInvoice();
+  bool isVatfree() const;
 };
 
 }  // namespace bokfolio
