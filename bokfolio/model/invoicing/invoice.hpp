@@ -109,7 +109,8 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   void setDays(std::optional<std::int64_t> days) { set(Slots::days, days); }
   // Date and stored days, counted in calendar days of the environment's zone (the hour stays over a
   // change of summer time); nil while nothing is stored. Reading corrects what is stored when it
-  // differs, and clears it on an invoice without a date; it announces that like any other change.
+  // differs, and clears it on an invoice without a date: an announced change that is saved, but
+  // that undo does not know.
   std::optional<Date> dueDate() const;
   void setDueDate(std::optional<Date> dueDate) { set(Slots::dueDate, dueDate); }
   // The text of the terms: until the invoice is sent, that of CreditDetails in the invoice's
@@ -235,14 +236,17 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   std::optional<Image> indicator() const;
   // The picture's file, which is also what the key "indicator" reads.
   std::optional<Bytes> indicatorBytes() const;
-  // By number; equal numbers as they were made.
+  // By number; equal numbers as they were made. No key: sets have no order.
   std::vector<InvoiceLine*> sortedInvoiceLines() const;
   // This very invoice, which serves as a key as it is.
   Invoice* copyWithZone() { return this; }
 
   // In the invoice's currency. Total: lines with VAT less the rebate, rounded half to even to whole
-  // units when `rounding` is set. Without VAT: never rounded. VAT: what lies between, rounding
-  // apart. Rounding: what it added, zero without. Rebate: signed, negative for a reduction.
+  // units when `rounding` is set. Without VAT: never rounded; a rebate of a fixed amount takes the
+  // largest lines out whole, and out of the first that it does not exceed its rest without VAT at
+  // the article's rate, cut to cents in binary floating point, by 21 474 836.47 at most. VAT: what
+  // lies between, rounding apart. Rounding: what it added, zero without. Rebate: signed, negative
+  // for a reduction. DecimalError when a sum is no Decimal.
   Decimal totalAmount() const;
   Decimal totalAmountExclVat() const;
   Decimal vatAmount() const;
@@ -254,9 +258,12 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   // currency, and also when no rate is to be had: localAmount then stays. Downloads
   // (Book::exchangeRate).
   Decimal getExchangeRateAndCalculateLocalAmount();
-  // One line "25%:<TAB>amount" for each VAT rate, by rising rate: the base excluding VAT, in binary
-  // floating point. A percentage rebate raises the base here, unlike in every total. An invoice
-  // without VAT has the one line " 0%:<TAB>total".
+  // One line "25%:<TAB>amount" for each VAT rate of the articles, by rising rate: the base
+  // excluding VAT, in binary floating point. Lines without an article or rate are left out, but
+  // take their part of a fixed rebate. A percentage rebate raises the base here, unlike in every
+  // total. An invoice without VAT has the one line " 0%:<TAB>total". The formatter gets the
+  // shortest decimal of each double; what is no number (at a rate of -100 %) stands as "NaN", "∞"
+  // or "-∞".
   std::string vatSummaryUsingFormatter(const NumberFormatter& formatter) const;
 
   // Announces a change of totalAmount; lines call it.
@@ -306,9 +313,6 @@ class BOKFOLIO_EXPORT Invoice : public Record {
  private:
   std::optional<Date> dateAfter(std::optional<std::int64_t> days) const;
   bool hasStatusAmong(std::initializer_list<InvoiceStatus> wanted) const;
-
-  // While reading the due date corrects it, observers who read it get the right one.
-  mutable bool correctsDueDate_ = false;
 };
 
 }  // namespace bokfolio

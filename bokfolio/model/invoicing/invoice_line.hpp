@@ -74,13 +74,14 @@ class BOKFOLIO_EXPORT InvoiceLine : public Record {
   std::optional<std::string> articleName() const;
   void setArticleName(const std::optional<std::string>& name);
   // Takes over price and VAT of the article. A dependent tax prices itself instead: its level in
-  // percent of the line above, by number, excluding VAT, one unit; without a line above, price and
-  // quantity stay.
+  // percent of the line above, excluding VAT, one unit; without a line above, price and quantity
+  // stay. Above is the line with the next lower number, of equal ones the one made last.
   void handleChangedArticle();
   Invoice* invoice() const;
   void setInvoice(Invoice* invoice);
 
-  // Quantity times price, less the rebate; nil without price or quantity.
+  // Quantity times price, less the rebate; nil without price or quantity. DecimalError when a sum
+  // is no Decimal, here and below.
   std::optional<Decimal> lineSumExclVat() const;
   // The VAT on that: zero on an invoice without VAT; nil when the sum or the rate is.
   std::optional<Decimal> lineVat() const;

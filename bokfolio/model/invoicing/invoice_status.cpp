@@ -79,16 +79,14 @@ std::optional<Date> Invoice::dueDate() const {
   const auto stored = get(Slots::dueDate);
   if (!stored) return stored;
   const auto due = dateAfter(get(Slots::days));
-  if (due == stored || correctsDueDate_ || isDeleted()) return due;
-  correctsDueDate_ = true;
-  try {
-    // A record is never a constant: only this view of it is.
-    const_cast<Invoice*>(this)->setDueDate(due);
-  } catch (...) {
-    correctsDueDate_ = false;
-    throw;
-  }
-  correctsDueDate_ = false;
+  if (due == stored || isDeleted()) return due;
+  // A record is never a constant, only this view of it is. Written past undo: were reading
+  // something that undo takes back, the next reading would do it again and bury what the user did
+  // before.
+  auto& self = const_cast<Invoice&>(*this);
+  self.setPrimitive(Slots::dueDate, due);
+  self.willChangeValueForKey("dueDate");
+  self.didChangeValueForKey("dueDate");
   return due;
 }
 
