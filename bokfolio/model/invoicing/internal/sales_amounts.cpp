@@ -3,6 +3,7 @@
 #include "bokfolio/model/invoicing/allowance.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
 #include "bokfolio/model/invoicing/internal/invoice_entry.hpp"
+#include "bokfolio/model/invoicing/internal/summed_lines.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 #include "bokfolio/model/ledger/account.hpp"
@@ -74,21 +75,21 @@ bool SalesAmounts::add(const Account* account, const Decimal& amount) {
   return true;
 }
 
-void SalesAmounts::takeOffFixedRebate(Decimal rebate) {
-  for (const InvoiceLine* line : invoice_->lines().membersBy({SortDescriptor("lineSum", false)})) {
-    const Decimal lineSum = orZero(line->lineSum());
-    if (rebate > lineSum) {
-      rebate -= lineSum;
-      takeOff(line->article(), orZero(line->lineSumExclVat()), orZero(line->lineVat()));
-      continue;
-    }
-    const Decimal withoutVat = 1 / (1 + orZero(line->vat()).scaledByPowerOf10(-2));
-    takeOff(line->article(), rebate * withoutVat, rebate * (1 - withoutVat));
-    return;
-  }
+void SalesAmounts::takeOffFixedRebate(const Decimal& rebate) {
+  walkRebate(
+      linesByFallingSum(*invoice_), rebate,
+      [this](const SummedLine& covered) {
+        takeOff(*covered.line, covered.exclVatAsDecimal(), orZero(covered.line->lineVat()));
+      },
+      [this](const SummedLine& reached, const Decimal& rest) {
+        const Decimal vat = orZero(reached.line->vat());
+        const Decimal withoutVat = 1 / (1 + vat.scaledByPowerOf10(-2));
+        takeOff(*reached.line, rest * withoutVat, rest * (1 - withoutVat));
+      });
 }
 
-void SalesAmounts::takeOff(const Article* article, const Decimal& sale, const Decimal& vat) {
+void SalesAmounts::takeOff(const InvoiceLine& line, const Decimal& sale, const Decimal& vat) {
+  const Article* article = line.article();
   add(article->salesAccount(), -sale);
   if (!invoice_->vatfree()) add(article->vatAccount(), -vat);
 }

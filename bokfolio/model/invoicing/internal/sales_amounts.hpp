@@ -15,7 +15,6 @@ namespace bokfolio {
 
 class Account;
 class Allowance;
-class Article;
 class Entry;
 class Invoice;
 class InvoiceLine;
@@ -41,8 +40,8 @@ class SalesAmounts {
   bool addRounding(const Decimal& rate);
   bool add(const Account* account, const Decimal& amount);
   // In the invoice's currency whatever the rate, from the line with the largest sum downwards.
-  void takeOffFixedRebate(Decimal rebate);
-  void takeOff(const Article* article, const Decimal& sale, const Decimal& vat);
+  void takeOffFixedRebate(const Decimal& rebate);
+  void takeOff(const InvoiceLine& line, const Decimal& sale, const Decimal& vat);
   void takeOffPercentage(const Allowance& allowance);
 
   const Invoice* invoice_;
