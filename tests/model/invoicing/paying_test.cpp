@@ -1,0 +1,361 @@
+#include <gmock/gmock.h>
+
+#include "bokfolio/store/persistence/faults/fault_injecting_persistence.hpp"
+#include "tests/model/invoicing/life_world.hpp"
+
+namespace bokfolio::test {
+namespace {
+
+const Sale kThousand{{{"0", "1000"}}};
+const Sale kForeign{{{"0", "1000"}}, "", false, false, "10.5"};  // 10 500 in the book
+
+struct Step {
+  const char* amount;
+  bool inFull;
+};
+
+class Paying : public LifeWorld {
+ protected:
+  // The rows of every entry that a payment of invoice 7 made.
+  std::string payments() {
+    std::string all;
+    for (const Entry* each : context().fetch<Entry>())
+      if (each->name() != "Sent invoice 7")
+        all += (all.empty() ? "" : "; ") + each->name().value_or("") + ": " + rows(each);
+    return all;
+  }
+  // Pays so that it is refused, and looks at what is left behind and what rollback takes back.
+  void expectPaymentRefused(Invoice* made, const char* amount, bool inFull, InvoiceError code,
+                            const char* key) {
+    ASSERT_TRUE(context().save());
+    const Dump before = dump(context());
+    const std::size_t entries = context().count("Entry");
+    const Decimal paid = made->paidAmount().value_or(0);
+    std::optional<Error> error;
+    EXPECT_FALSE(pay(made, amount, inFull, &error));
+    expectRefused(error, code, text(key));
+    expectNoted(made, paid + dec(amount), inFull);
+    EXPECT_EQ(context().count("Entry"), entries);
+    EXPECT_FALSE(pay(made, amount, inFull)) << "and adds the amount once more";
+    EXPECT_EQ(made->paidAmount(), paid + dec(amount) * 2);
+    context().rollback();
+    EXPECT_EQ(dump(context()), before);
+  }
+  void expectNoted(Invoice* made, const Decimal& paid, bool inFull) {
+    EXPECT_EQ(made->paidAmount(), paid);
+    EXPECT_EQ(made->status(), inFull ? 3 : 7);
+    EXPECT_EQ(made->paidDate(), inFull ? std::optional(payday) : std::nullopt);
+  }
+};
+
+TEST_F(Paying, MovesTheMoneyFromTheCustomerOrBooksTheSale) {
+  const bool kOnce = true;
+  const std::tuple<const char*, bool, Sale, std::vector<Step>, const char*> cases[] = {
+      {"in two parts",
+       false,
+       kThousand,
+       {{"400", false}, {"600", true}},
+       "Partially paid invoice 7: 1 1510 credit 400, 2 1930 debit 400; "
+       "Paid invoice 7: 1 1510 credit 600, 2 1930 debit 600"},
+      {"everything without closing",
+       false,
+       kThousand,
+       {{"1000", false}},
+       "Partially paid invoice 7: 1 1510 credit 1000, 2 1930 debit 1000"},
+      {"a credit note",
+       false,
+       {{{"0", "-100"}}},
+       {{"-100", true}},
+       "Paid invoice 7: 1 1510 credit -100, 2 1930 credit 100"},
+      {"foreign, less than booked",
+       false,
+       kForeign,
+       {{"10300", true}},
+       "Paid invoice 7: 1 1510 credit 10500, 2 1930 debit 10300, 3 7960 debit 200"},
+      {"foreign, more than booked",
+       false,
+       kForeign,
+       {{"10700", true}},
+       "Paid invoice 7: 1 1510 credit 10500, 2 1930 debit 10700, 3 3960 credit 200"},
+      {"foreign, as booked",
+       false,
+       kForeign,
+       {{"10500", true}},
+       "Paid invoice 7: 1 1510 credit 10500, 2 1930 debit 10500"},
+      {"foreign, in two parts: the difference comes last",
+       false,
+       kForeign,
+       {{"5000", false}, {"5300", true}},
+       "Partially paid invoice 7: 1 1510 credit 5000, 2 1930 debit 5000; "
+       "Paid invoice 7: 1 1510 credit 5500, 2 1930 debit 5300, 3 7960 debit 200"},
+      {"once, in two parts",
+       kOnce,
+       {{{"25", "800"}}},
+       {{"400", false}, {"600", true}},
+       "Paid invoice 7: 1 2611 credit 200, 2 3001 credit 800, 3 1930 debit 1000"},
+      {"once, rounded",
+       kOnce,
+       {{{"25", "100.30"}}, "", true},
+       {{"125", true}},
+       "Paid invoice 7: 1 2611 credit 25.075, 2 3001 credit 100.3, 3 3740 debit 0.375, "
+       "4 1930 debit 125"},
+      {"once, money back",
+       kOnce,
+       {{{"25", "-100"}}},
+       {{"-125", true}},
+       "Paid invoice 7: 1 2611 debit 25, 2 3001 debit 100, 3 1930 credit 125"},
+      {"once, foreign, more than booked",
+       kOnce,
+       {{{"25", "100"}}, "", false, false, "10"},
+       {{"1300", true}},
+       "Paid invoice 7: 1 2611 credit 250, 2 3001 credit 1000, 3 1930 debit 1300, "
+       "4 3960 credit 50"},
+      {"once, foreign, an amount off, which no rate multiplies",
+       kOnce,
+       {{{"25", "100"}}, "25", false, false, "10"},
+       {{"1000", true}},
+       "Paid invoice 7: 1 2611 credit 245, 2 3001 credit 980, 3 1930 debit 1000, "
+       "4 7960 debit 225"},
+      {"once, a residual on no rounding row",
+       kOnce,
+       {{{"25", "100"}}, "25", false, true},
+       {{"75", true}},
+       "Paid invoice 7: 1 3001 credit 80, 2 1930 debit 75, 3 3740 debit 5"},
+      {"once, a residual the other way",
+       kOnce,
+       {{{"25", "100"}}, "-25", false, true},
+       {{"125", true}},
+       "Paid invoice 7: 1 3001 credit 120, 2 1930 debit 125, 3 3740 credit 5"},
+      {"once, a residual into the rounding's debit",
+       kOnce,
+       {{{"25", "100.40"}}, "25", true, true},
+       {{"75", true}},
+       "Paid invoice 7: 1 3001 credit 80.4, 2 3740 debit 5.4, 3 1930 debit 75"},
+      {"once, a residual into the rounding's credit",
+       kOnce,
+       {{{"25", "100.20"}}, "-1.5", true, true},
+       {{"102", true}},
+       "Paid invoice 7: 1 3001 credit 101.4, 2 3740 credit 0.6, 3 1930 debit 102"},
+      {"once, a residual larger than the rounding's credit",
+       kOnce,
+       {{{"25", "100.30"}}, "1.6", true, true},
+       {{"99", true}},
+       "Paid invoice 7: 1 3001 credit 99.02, 2 3740 credit -0.02, 3 1930 debit 99"},
+      {"once, a residual that leaves nothing of the rounding",
+       kOnce,
+       {{{"25", "100.20"}}, "1.5", true, true},
+       {{"99", true}},
+       "Paid invoice 7: 1 3001 credit 99, 3 1930 debit 99"},
+  };
+  for (const auto& [title, once, sale, steps, expected] : cases) {
+    SCOPED_TRACE(title);
+    book->setBookOnce(once);
+    ASSERT_TRUE(context().save());
+    Invoice* made = sent(sale);
+    Decimal paid;
+    for (const Step& step : steps) {
+      paid += dec(step.amount);
+      ASSERT_TRUE(pay(made, step.amount, step.inFull));
+      expectNoted(made, paid, step.inFull);
+    }
+    EXPECT_EQ(payments(), expected);
+    for (const Entry* each : context().fetch<Entry>()) {
+      EXPECT_TRUE(each->rows().sum("net").isZero());
+      EXPECT_EQ(each->number(), std::nullopt);
+      EXPECT_EQ(each->fiscalYear(), nullptr);
+      EXPECT_EQ(each->date(), each->name() == "Sent invoice 7" ? made->date() : payday);
+    }
+    context().rollback();
+  }
+}
+
+TEST_F(Paying, BookedOnceTakesTheRateFromWhatIsOwed) {
+  book->setBookOnce(true);
+  Invoice* made = sent({{{"25", "100"}}, "", false, false, "10"});
+  made->setLocalAmount(dec("1300"));  // the host asked for the rate again
+  ASSERT_TRUE(pay(made, "1300", true));
+  EXPECT_EQ(made->exchangeRate(), dec("10.4"));
+  EXPECT_EQ(payments(), "Paid invoice 7: 1 2611 credit 260, 2 3001 credit 1040, 3 1930 debit 1300");
+}
+
+TEST_F(Paying, LogsWhatIsLeftToRoundAway) {
+  Invoice* made = sent(kThousand);
+  EXPECT_TRUE(world.log->lines().empty());
+  ASSERT_TRUE(pay(made, "1000", true));
+  book->setBookOnce(true);
+  ASSERT_TRUE(pay(sent({{{"25", "100"}}, "25", false, true}), "75", true));
+  EXPECT_THAT(world.log->lines(), testing::ElementsAre("remaining diff 0", "remaining diff -5"));
+}
+
+TEST_F(Paying, WithoutAutomaticBookingNothingIsCheckedOrMade) {
+  Invoice* made = sent(kThousand);
+  book->setAutoBook(false);
+  EXPECT_TRUE(made->payMeWithFinalAmount(5, std::nullopt, false, nullptr));
+  EXPECT_TRUE(made->payMeWithFinalAmount(std::nullopt, std::nullopt, true, nullptr));
+  EXPECT_EQ(made->paidAmount(), Decimal(5));
+  EXPECT_EQ(made->status(), 3);
+  made->setBook(nullptr);
+  EXPECT_TRUE(made->payMeWithFinalAmount(9999, payday, true, nullptr));
+  EXPECT_EQ(made->paidDate(), payday);
+  EXPECT_EQ(payments(), "");
+}
+
+TEST_F(Paying, MissingArgumentsFailAssertionsInTheirOrder) {
+  Invoice* made = sent(kThousand);
+  const auto failure = [&](const std::optional<Decimal>& amount, std::optional<Date> day,
+                           Account* account) -> std::string {
+    try {
+      made->payMeWithFinalAmount(amount, day, false, account);
+    } catch (const AssertionFailure& failed) {
+      return failed.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(failure(std::nullopt, std::nullopt, nullptr),
+            "Inget mottagarkonto i payMeWithpaidNow!");
+  EXPECT_EQ(failure(std::nullopt, std::nullopt, bank), "Inget belopp i payMeWithpaidNow!");
+  EXPECT_EQ(failure(1, std::nullopt, bank), "Inget datum i payMeWithpaidNow!");
+  EXPECT_EQ(made->status(), 7) << "noted before";
+  EXPECT_EQ(made->paidAmount(), Decimal(1));
+  EXPECT_EQ(failure(1, payday, bank), "");
+
+  world.recordAssertions();
+  open();
+  made = context().insert<Invoice>();
+  made->setBook(context().insert<Book>());
+  EXPECT_FALSE(made->payMeWithFinalAmount(std::nullopt, std::nullopt, true, nullptr));
+  ASSERT_EQ(world.assertions->failures().size(), 3U);
+  EXPECT_EQ(world.assertions->failures().back().file,
+            "payMeWithFinalAmount:onDay:inFull:receivingAccount:error:");
+}
+
+TEST_F(Paying, TakesNotMoreThanIsOwedAndInFullNotLess) {
+  const char* key =
+      "Total amount paid may not exceed the amount owed. If you receive more than you were owed, "
+      "you must file the exceeding amount separately.";
+  // Paid before, now, in full.
+  const std::tuple<const char*, const char*, bool> cases[] = {{"0", "1001", false},
+                                                              {"0", "1000.01", true},
+                                                              {"0", "990", true},
+                                                              {"400", "601", false},
+                                                              {"400", "599.99", true}};
+  for (const bool once : {false, true}) {
+    book->setBookOnce(once);
+    for (const auto& [before, now, inFull] : cases) {
+      SCOPED_TRACE(now);
+      Invoice* made = sent(kThousand);
+      ASSERT_TRUE(*before == '0' || pay(made, before, false));
+      expectPaymentRefused(made, now, inFull, InvoiceError::NotTheAmountOwed, key);
+    }
+  }
+}
+
+TEST_F(Paying, WantsBothAccountsForAnExchangeDifferenceAndOnlyThen) {
+  const char* key = "Currency gain/loss accounts missing";
+  for (const bool once : {false, true}) {
+    book->setBookOnce(once);
+    book->setCurrencyGains(nullptr);
+    expectPaymentRefused(sent(kForeign), "10300", true, InvoiceError::NoCurrencyAccounts, key);
+    book->setCurrencyGains(accountAt(3960));
+    book->setCurrencyLosses(nullptr);
+    expectPaymentRefused(sent(kForeign), "10700", true, InvoiceError::NoCurrencyAccounts, key);
+    book->setCurrencyGains(nullptr);
+    Invoice* made = sent(kForeign);
+    EXPECT_TRUE(pay(made, "300", false));
+    EXPECT_TRUE(pay(made, "10200", true)) << "no difference";
+    book->setCurrencyLosses(accountAt(7960));
+  }
+}
+
+// The check looks at the payment alone. What a rebate makes of the rate comes to light later, and
+// leaves a row without account, which no save accepts.
+TEST_F(Paying, ADifferenceThatComesFromARebateMayFindNoAccount) {
+  book->setBookOnce(true);
+  book->setCurrencyLosses(nullptr);
+  Invoice* made = sent({{{"25", "100"}}, "25", false, false, "10"});
+  EXPECT_TRUE(pay(made, "1000", true));
+  EXPECT_EQ(payments(),
+            "Paid invoice 7: 1 2611 credit 245, 2 3001 credit 980, 3 1930 debit 1000, "
+            "4 ? debit 225");
+  std::optional<Error> error;
+  EXPECT_FALSE(context().save(&error));
+  expectError(error, kStoreErrorDomain, 1570,
+              world.environment.text("Invalid account for row", {"Paid invoice 7"}), "account");
+}
+
+TEST_F(Paying, AMissingAccountWithdrawsTheEntry) {
+  Invoice* made = sent(kThousand);
+  book->setAccountsReceivable(nullptr);
+  expectPaymentRefused(made, "400", false, InvoiceError::ReceivableMissingForPay,
+                       "Accounts receivable' account missing");
+  expectPaymentRefused(made, "1000", true, InvoiceError::ReceivableMissingForPay,
+                       "Accounts receivable' account missing");
+  book->setBookOnce(true);
+  made = sent({{{"25", "800"}}});
+  articleNamed("25")->setVatAccount(nullptr);
+  expectPaymentRefused(made, "1000", true, InvoiceError::AccountSettingsMissing,
+                       "Some account settings missing");
+}
+
+TEST_F(Paying, AnEntryThatCannotBeRoundedIsRefusedByItsOwnValidation) {
+  book->setBookOnce(true);
+  book->setRoundingAccount(nullptr);
+  Invoice* made = sent({{{"25", "100"}}, "25", false, true});
+  ASSERT_TRUE(context().save());
+  world.log->clear();
+  std::optional<Error> error;
+  EXPECT_FALSE(pay(made, "75", true, &error));
+  expectError(error, kBokfolioErrorDomain, 1, text("This entry is not balanced."));
+  EXPECT_EQ(error->text(kEntryDescriptionKey), "Paid invoice 7");
+  expectNoted(made, 75, true);
+  EXPECT_EQ(payments(), "");
+  EXPECT_THAT(world.log->lines(),
+              testing::ElementsAre(
+                  "remaining diff -5", "entry: Paid invoice 7. z: -5",
+                  testing::AllOf(testing::StartsWith("Invoice entry validation "
+                                                     "error: "),
+                                 testing::HasSubstr("not balanced"), testing::HasSubstr("\nEntry:"),
+                                 testing::HasSubstr("1930 Bank 75"))));
+}
+
+// Fails every call to the engine in turn, until sending, paying and saving pass untouched. Whatever
+// a failed read hides, nothing false is ever saved.
+TEST_F(Paying, AFailingEngineLeavesTheSavedState) {
+  std::uint64_t failures = 0;
+  for (bool untouched = false; !untouched; ++failures) {
+    ASSERT_LT(failures, 100U);
+    SCOPED_TRACE(failures);
+    document_ = std::make_shared<MemoryDocument>();
+    open();
+    makeBook();
+    invoice({{{"25", "100"}}});
+    ASSERT_TRUE(context().save());
+    const Dump saved = dump(context());
+    auto faults = std::make_shared<PersistenceFaults>();
+    context_ = Context::open(
+        schema_, makeFaultInjectingPersistence(makeMemoryPersistence(document_), faults),
+        world.environment);
+    faults->add({failures + 1, std::nullopt, PersistenceError::Failed, "The engine failed.", 0});
+    bool done = false;
+    try {
+      auto* made = context().fetchFirst<Invoice>();
+      done = made != nullptr && made->sendMeWithExchangeRate(std::nullopt) &&
+             made->payMeWithFinalAmount(125, payday, true, accountAt(1930)) && context().save();
+    } catch (const LoadError&) {
+    } catch (const AssertionFailure&) {
+    }
+    untouched = faults->fired() == 0;
+    faults->clear();
+    context().rollback();
+    if (done) {
+      EXPECT_EQ(rows("Paid invoice 7"), "1 1510 credit 125, 2 1930 debit 125");
+    } else {
+      EXPECT_EQ(dump(context()), saved);
+    }
+    EXPECT_EQ(context().verify(), std::vector<std::string>());
+  }
+  EXPECT_GT(failures, 10U) << "reading each entity, an id for each record, and the save";
+}
+
+}  // namespace
+}  // namespace bokfolio::test
