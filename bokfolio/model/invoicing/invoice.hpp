@@ -271,34 +271,41 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   // Overdue becomes Reminder, Reminder becomes SecondReminder; any other status stays.
   void reminder();
 
-  // Freezes terms and amounts, and makes the sales entry when the book books at sending. The rate
-  // (units of the book's currency for one of the invoice's) counts only for a foreign currency; nil
-  // is 1. Errors of the library's domain: 5 no lines (nothing changed), 20 no accounts receivable,
-  // 18 no sales entry could be built; with these two, amounts, rate and references are changed.
+  // Freezes terms and amounts, and makes the sales entry when the book books at sending; what is
+  // owed is then what that entry says. The rate (units of the book's currency for one of the
+  // invoice's) counts only for a foreign currency; nil is 1. Of reference and company, one that is
+  // missing takes the other's value. Errors (InvoiceError): NoLines, nothing changed;
+  // ReceivableMissingForSale and SaleNotBookable, with amounts, rate and references changed.
   bool sendMeWithExchangeRate(const std::optional<Decimal>& rate, ErrorOut error = nullptr);
-  // Adds the sales, VAT and rounding rows to an entry, less the rebate. True when it FAILED: an
-  // account is missing, and nothing was added.
+  // Adds the sales, VAT and rounding rows to an entry, less the rebate, one for each account by
+  // rising number. A fixed rebate is not multiplied by the rate. On assets and costs a sale is a
+  // negative credit. True when it FAILED: an account or its number is missing, and nothing was
+  // added.
   bool addSaleRowsToEntry(Entry& entry, const Decimal& rate);
   // The localised "Sent invoice" with the number: by it the entry is found again.
   std::string sendEntryName() const;
   // Registers a payment in the book's currency, whole or partial, and makes its entry when the book
-  // books automatically. canBePaid is for the caller to ask. `inFull` settles the invoice. Errors
-  // of the library's domain: 11 exchange accounts missing, 12 account settings missing, 13 accounts
-  // receivable missing, 17 amount exceeds (or, in full, falls short of) what is owed, or the
-  // entry's own. paidAmount, status and day are changed before any of them. A missing account,
-  // amount or day is an assertion's failure.
+  // books automatically. canBePaid is for the caller to ask. `inFull` settles the invoice; a
+  // payment in part is not booked when the sale is booked once. A negative amount is paid out.
+  // Errors (InvoiceError): NotTheAmountOwed in the book's own currency, NoCurrencyAccounts,
+  // ReceivableMissingForPay, AccountSettingsMissing, or that of the entry's validation when it
+  // cannot be rounded. paidAmount, status and day are changed before any of them, and no entry
+  // stays. Where entries are made, a missing account, amount or day fails an assertion; the answer
+  // is false where the handler lets it go on. Booking a total of zero once throws DecimalError.
   bool payMeWithFinalAmount(const std::optional<Decimal>& amount, std::optional<Date> day,
                             bool inFull, Account* receivingAccount, ErrorOut error = nullptr);
   // Files the invoice as returned, with a reversal of its sales entry when it was booked; what was
-  // paid goes back from `account`. Errors of the library's domain: 16 lost or returned already
-  // (nothing changed); 10 no sales entry, 15 no single receivable row: the status stays changed,
-  // and with 15 the incomplete entry stays. Without an error pointer a failed reversal answers
-  // true.
+  // paid goes back from `account`. Errors (InvoiceError): ReturnRefused, nothing changed;
+  // NoSalesEntry and NoReceivableRow: the status stays changed, and with the latter the incomplete
+  // entry stays. Without an error pointer a failed reversal answers true.
   bool registerReturnWithError(ErrorOut error = nullptr, Account* account = nullptr);
-  // Writes off what has not been paid. Errors: 14 returned, lost or paid already; 10 and 15 as
-  // above.
+  // Writes off what has not been paid. Errors: LossRefused, nothing changed; otherwise as above.
   bool registerCustomerLossWithError(ErrorOut error = nullptr);
-  // The reversal both make, dated now; nullptr with error 10 or 15.
+  // The reversal both make, dated now, unnumbered: the sales entry (booked once: the payment's),
+  // found by its name, with debit and credit exchanged. Without an account for what was paid, the
+  // debits of the sale shrink to the unpaid share, its credits do not. It is not validated: one
+  // that does not balance shows itself when the document is saved or the entry filed. nullptr with
+  // NoSalesEntry or NoReceivableRow; DecimalError when nothing was owed.
   Entry* insertReversedSalesEntry(ErrorOut error, Account* accountForAlreadyPaid);
 
   // A new, unsent invoice with the same customer, terms and lines, and a copy of the rebate and of
