@@ -1,10 +1,15 @@
 // LifeWorld: a book that sends and receives money for invoices, and short words for what tests of
-// an invoice's life say all the time. Expected rows are texts that a bookkeeper can read:
-// "1 3001 credit 1000, 3 1510 debit 1000" (number within the entry, account, side, amount).
+// an invoice's life say all the time.
+//
+// Sales and rows are texts that a bookkeeper can read. A sale: "25:100 12:50.30 less:10% rounded
+// vatfree @10.5" is one of the article at 25 % VAT for 100, one at 12 % for 50.30, a rebate (an
+// amount without the percent sign), and the rate of a foreign currency; the article "cost" sells on
+// a cost account. Rows: "1 3001 credit 1000, 3 1510 debit 1000" (number within the entry, account,
+// side, amount).
 #pragma once
 
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include "bokfolio/model/invoicing/allowance.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
@@ -15,22 +20,6 @@
 #include "tests/store/test_model.hpp"
 
 namespace bokfolio::test {
-
-// One of a thing: the articles of the price list are called by their VAT rate, and "cost" is one
-// that sells on a cost account.
-struct Sold {
-  const char* article;
-  const char* price;
-};
-
-// An invoice as a line of a table. Amounts are texts, "" for none.
-struct Sale {
-  std::vector<Sold> lines;
-  const char* rebate = "";  // "10%" or "50"
-  bool rounding = false;
-  bool vatfree = false;
-  const char* rate = "";  // of a foreign currency
-};
 
 class LifeWorld : public LedgerWorld {
  protected:
@@ -66,18 +55,35 @@ class LifeWorld : public LedgerWorld {
   }
   Account* accountAt(std::int64_t number) { return Account::accountWithNumber(number, context()); }
 
-  Invoice* invoice(const Sale& sale, std::int64_t number = kNumber) {
+  Invoice* invoice(const std::string& sale, std::int64_t number = kNumber) {
     auto* made = context().insert<Invoice>();
     made->setNumber(number);
     made->setBook(book);
     made->setLanguage("en");
     made->setCompany("Customer");
-    made->setCurrency(*sale.rate == '\0' ? "SEK" : "EUR");
-    made->setRounding(sale.rounding);
-    made->setVatfree(sale.vatfree);
-    for (const Sold& sold : sale.lines) line(made, articleNamed(sold.article), dec(sold.price));
-    if (*sale.rebate != '\0') made->setAllowance(rebate(sale.rebate));
+    made->setCurrency("SEK");
+    std::istringstream words(sale);
+    for (std::string word; words >> word;) describe(made, word);
     return made;
+  }
+  void describe(Invoice* made, const std::string& word) {
+    const std::size_t colon = word.find(':');
+    const std::string value = colon == std::string::npos ? "" : word.substr(colon + 1);
+    if (word == "rounded") {
+      made->setRounding(true);
+    } else if (word == "vatfree") {
+      made->setVatfree(true);
+    } else if (word[0] == '@') {
+      made->setCurrency("EUR");
+    } else if (word.starts_with("less:")) {
+      made->setAllowance(rebate(value));
+    } else {
+      line(made, articleNamed(word.substr(0, colon)), dec(value));
+    }
+  }
+  static std::optional<Decimal> rateOf(const std::string& sale) {
+    const std::size_t at = sale.find('@');
+    return at == std::string::npos ? std::nullopt : Decimal::parse(sale.substr(at + 1));
   }
   InvoiceLine* line(Invoice* invoice, Article* article, const Decimal& price) {
     auto* made = context().insert<InvoiceLine>();
@@ -94,13 +100,21 @@ class LifeWorld : public LedgerWorld {
     made->setAbsolute(text.back() != '%');
     return made;
   }
-  // An invoice that is sent, in the given foreign currency's rate if there is one.
-  Invoice* sent(const Sale& sale) {
-    Invoice* made = invoice(sale);
-    EXPECT_TRUE(made->sendMeWithExchangeRate(Decimal::parse(sale.rate)));
+  Invoice* sent(const std::string& sale, std::int64_t number = kNumber) {
+    Invoice* made = invoice(sale, number);
+    EXPECT_TRUE(made->sendMeWithExchangeRate(rateOf(sale)));
     return made;
   }
-  bool pay(Invoice* invoice, const char* amount, bool inFull, ErrorOut error = nullptr) {
+  // "400 600!": two payments, the second in full.
+  void payAll(Invoice* invoice, const std::string& payments) {
+    std::istringstream words(payments);
+    for (std::string word; words >> word;) {
+      const bool inFull = word.back() == '!';
+      if (inFull) word.pop_back();
+      ASSERT_TRUE(pay(invoice, word, inFull)) << word;
+    }
+  }
+  bool pay(Invoice* invoice, const std::string& amount, bool inFull, ErrorOut error = nullptr) {
     return invoice->payMeWithFinalAmount(dec(amount), payday, inFull, bank, error);
   }
 
