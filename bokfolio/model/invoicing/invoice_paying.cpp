@@ -11,11 +11,11 @@ namespace bokfolio {
 
 namespace {
 
+using internal::orZero;
+
 constexpr std::string_view kNotTheAmountOwed =
     "Total amount paid may not exceed the amount owed. If you receive more than you were owed, you "
     "must file the exceeding amount separately.";
-
-Decimal orZero(const std::optional<Decimal>& amount) { return amount.value_or(Decimal()); }
 
 // A caller must say where the money went, how much it was and when it came.
 bool hasArguments(const Environment& host, const Account* receivingAccount,

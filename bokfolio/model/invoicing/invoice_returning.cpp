@@ -11,6 +11,8 @@ namespace bokfolio {
 
 namespace {
 
+using internal::orZero;
+
 constexpr std::string_view kReturnRefused =
     "You cannot file an invoice as returned if it has been marked as a customer loss or already "
     "returned.";
@@ -19,8 +21,6 @@ constexpr std::string_view kLossRefused =
     "as customer loss.";
 constexpr std::string_view kNoReceivableRow =
     "Cannot find a row for accounts receivable in the sales entry for this invoice.";
-
-Decimal orZero(const std::optional<Decimal>& amount) { return amount.value_or(Decimal()); }
 
 bool is(std::optional<std::int64_t> status, InvoiceStatus wanted) {
   return status == static_cast<std::int64_t>(wanted);

@@ -53,8 +53,7 @@ const Row* bookSale(Invoice& invoice, const Decimal& rate, ErrorOut error) {
 void freezeTerms(Invoice& invoice, const std::optional<std::string>& terms) {
   const Book* book = invoice.book();
   invoice.setStatus(InvoiceStatus::Sent);
-  invoice.set(Invoice::Slots::bookOnce,
-              book == nullptr ? std::nullopt : book->get(Book::Slots::bookOnce));
+  invoice.setBookOnce(book != nullptr && book->bookOnce());
   invoice.setDays(book == nullptr ? std::nullopt : book->days());
   invoice.setCreditDetails(terms);
 }

@@ -208,7 +208,6 @@ class InvoiceLife : public LedgerWorld, public testing::WithParamInterface<unsig
   }
   // What must hold whatever the rows are.
   static void expectSound(const PlainInvoice& plain) {
-    Decimal nets;
     for (const PlainEntry& each : plain.entries) {
       const bool isReversal = each.name[0] == 'R' || each.name[0] == 'C';
       Decimal net;

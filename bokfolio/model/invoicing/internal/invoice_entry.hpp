@@ -8,6 +8,7 @@
 
 #include "bokfolio/model/invoicing/invoice_error.hpp"
 #include "bokfolio/platform/date.hpp"
+#include "bokfolio/platform/decimal.hpp"
 #include "bokfolio/platform/error.hpp"
 
 namespace bokfolio {
@@ -19,6 +20,9 @@ class Invoice;
 class Row;
 
 namespace internal {
+
+// An amount that is missing counts as zero.
+inline Decimal orZero(const std::optional<Decimal>& amount) { return amount.value_or(Decimal()); }
 
 // Whether the book makes entries by itself; no for an invoice without a book.
 bool booksAutomatically(const Invoice& invoice);

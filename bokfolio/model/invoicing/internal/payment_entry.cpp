@@ -12,8 +12,6 @@ namespace bokfolio::internal {
 
 namespace {
 
-Decimal orZero(const std::optional<Decimal>& amount) { return amount.value_or(Decimal()); }
-
 // Money that was paid back stands as a credit, not as a negative debit.
 void turnNegativeDebit(Row& row) {
   const Decimal debit = orZero(row.debit());

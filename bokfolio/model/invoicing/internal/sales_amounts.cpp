@@ -17,8 +17,6 @@ namespace bokfolio::internal {
 
 namespace {
 
-Decimal orZero(const std::optional<Decimal>& amount) { return amount.value_or(Decimal()); }
-
 bool isNormallyCredited(const Account& account) {
   const auto type = account.type();
   return type == static_cast<std::int64_t>(AccountType::DebtAndEquity) ||
