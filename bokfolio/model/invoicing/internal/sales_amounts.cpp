@@ -19,9 +19,15 @@ namespace {
 
 bool isNormallyCredited(const Account& account) {
   const auto type = account.type();
-  return type == static_cast<std::int64_t>(AccountType::DebtAndEquity) ||
-         type == static_cast<std::int64_t>(AccountType::Income) ||
-         type == static_cast<std::int64_t>(AccountType::Equity);
+  if (!type) return false;
+  switch (static_cast<AccountType>(*type)) {
+    case AccountType::DebtAndEquity:
+    case AccountType::Income:
+    case AccountType::Equity:
+      return true;
+    default:
+      return false;
+  }
 }
 
 // The side follows from the sign of the amount alone. On assets and costs the side carries the sign
