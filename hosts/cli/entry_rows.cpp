@@ -66,14 +66,14 @@ Failure refusalOf(Host& host, const Entry& entry, const std::optional<Error>& er
   return failure;
 }
 
-Image readReceipt(const std::string& path) {
+Image readPicture(const std::string& path) {
   const std::string bytes = readFile(path, Image::kMaximumBytes);
   std::optional<Error> error;
   const auto image = Image::decode(
       ByteView(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()), &error);
   if (image) return *image;
   Failure failure = failureOf(error, ExitStatus::Input);
-  throw failure.about(path).advise("attach a PDF, TIFF, PNG or JPEG");
+  throw failure.about(path).advise("name a PDF, TIFF, PNG or JPEG");
 }
 
 void attachReceipt(Entry* entry, const Image& image) {

@@ -24,7 +24,7 @@ Decimal imbalance(const Entry& entry);
 Failure refusalOf(Host& host, const Entry& entry, const std::optional<Error>& error);
 
 // A picture or PDF read and decoded; and put onto the entry.
-Image readReceipt(const std::string& path);
+Image readPicture(const std::string& path);
 void attachReceipt(Entry* entry, const Image& image);
 
 }  // namespace bokfolio::cli

@@ -52,6 +52,8 @@ void Host::buildEnvironment() {
   if (!options.verbose) environment.setLog(std::make_shared<MemoryLog>());
   if (assumeYes) environment.setDialog(std::make_shared<AgreeingDialog>());
 
+  if (!options.rateServer.empty()) useRateServer(environment);
+
   std::shared_ptr<const Clock> clock = std::make_shared<SystemClock>();
   if (!options.now.empty()) {
     clock = std::make_shared<ManualClock>(instantFromText(options.now, *zone));
@@ -61,6 +63,22 @@ void Host::buildEnvironment() {
   environment.setRunLoop(runLoop_);
   Environment::process() = environment;
   environment_ = std::move(environment);
+}
+
+// "http://localhost:8080"; the path of the document is the same everywhere.
+void Host::useRateServer(Environment& environment) const {
+  const std::string& url = options.rateServer;
+  const std::size_t end = url.find("://");
+  ReferenceRateSource source = environment.referenceRateSource();
+  source.scheme = url.substr(0, end);
+  source.host = end == std::string::npos ? "" : url.substr(end + 3);
+  if (!source.host.empty() && source.host.back() == '/') source.host.pop_back();
+  const bool known = source.scheme == "https" || source.scheme == "http";
+  if (!known || source.host.empty() || source.host.find('/') != std::string::npos) {
+    throw Failure(ExitStatus::Usage, "\"" + url + "\" is no server",
+                  "write it like https://rates.example.org or http://localhost:8080");
+  }
+  environment.setReferenceRateSource(source);
 }
 
 void Host::drainRunLoop() {

@@ -21,8 +21,9 @@ struct Options {
   std::string document;
   std::string locale;  // "" takes the system's
   std::string zone = "CET";
-  std::string user;  // "" takes the system's
-  std::string now;   // "" takes the clock
+  std::string user;        // "" takes the system's
+  std::string now;         // "" takes the clock
+  std::string rateServer;  // "" takes the European Central Bank's
   bool json = false;
   bool quiet = false;
   bool verbose = false;
@@ -68,6 +69,7 @@ class Host {
 
  private:
   void buildEnvironment();
+  void useRateServer(Environment& environment) const;
 
   std::optional<Environment> environment_;
   std::shared_ptr<QueueRunLoop> runLoop_;

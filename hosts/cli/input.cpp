@@ -2,10 +2,12 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <memory>
 
 #include "bokfolio/platform/date_text.hpp"
@@ -90,6 +92,21 @@ RowText rowFromText(std::string_view text, const Locale& locale) {
   return row;
 }
 
+std::string currencyFromText(const std::string& text) {
+  const bool letters =
+      std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+  if (letters && text.size() == 3) return text;
+  throw Failure(ExitStatus::Usage, "\"" + text + "\" is no currency",
+                "name one by its three capital letters, such as SEK");
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
 std::string readFile(const std::string& path, std::size_t limit) {
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
   if (!file) refuseFile(path, std::strerror(errno), "check the name of the file");
@@ -108,6 +125,14 @@ std::string readFile(const std::string& path, std::size_t limit) {
   }
   if (std::ferror(file.get()) != 0) refuseFile(path, std::strerror(errno));
   return bytes;
+}
+
+void writeFile(const std::string& path, const Bytes& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  if (!file) refuseFile(path, "cannot be written");
 }
 
 }  // namespace bokfolio::cli

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "bokfolio/platform/bytes.hpp"
 #include "bokfolio/platform/calendar.hpp"
 #include "bokfolio/platform/date.hpp"
 #include "bokfolio/platform/decimal.hpp"
@@ -40,7 +41,15 @@ struct RowText {
 };
 RowText rowFromText(std::string_view text, const Locale& locale);
 
+// Three capital letters.
+std::string currencyFromText(const std::string& text);
+
+// Blanks and line ends at both ends taken away.
+std::string_view trimmed(std::string_view text);
+
 // The bytes of a file of at most `limit` bytes.
 std::string readFile(const std::string& path, std::size_t limit);
+// Replaces what the file holds.
+void writeFile(const std::string& path, const Bytes& bytes);
 
 }  // namespace bokfolio::cli

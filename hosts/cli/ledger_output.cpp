@@ -1,6 +1,7 @@
 #include "ledger_output.hpp"
 
 #include "bokfolio/model/ledger/entry_image.hpp"
+#include "bokfolio/model/ledger/starting_balance.hpp"
 #include "bokfolio/platform/date_text.hpp"
 #include "lookup.hpp"
 
@@ -30,9 +31,7 @@ Json rowJson(Host& host, const Row& row) {
 std::string receiptText(Host& host, const Entry& entry) {
   if (entry.entryImage() == nullptr || !entry.entryImage()->image()) return "";
   const Bytes bytes = *entry.entryImage()->image();
-  const bool pdf = bytes.size() >= 4 && std::string(bytes.begin(), bytes.begin() + 4) == "%PDF";
-  return host.text("Receipt") + ": " + (pdf ? "PDF" : "TIFF") + ", " +
-         std::to_string((bytes.size() + 1023) / 1024) + " kB";
+  return host.text("Receipt") + ": " + pictureText(bytes);
 }
 
 std::string noteOf(Host& host, const Row& row) {
@@ -85,6 +84,34 @@ Json entryJson(Host& host, const Entry& entry) {
   json["rows"] = Json::array();
   for (const Row* row : rowsOf(entry)) json["rows"].push_back(rowJson(host, *row));
   return json;
+}
+
+Json openingsJson(const FiscalYear& year) {
+  Json list = Json::array();
+  for (const StartingBalance* opening :
+       year.startingBalances().membersBy({SortDescriptor("account.number")})) {
+    list.push_back(
+        {{"account", toJson(opening->number())}, {"balance", toJson(opening->balance())}});
+  }
+  return {{"year", toJson(year.name())},
+          {"balances", list},
+          {"sum", toJson(year.startingBalances().sum("balance"))}};
+}
+
+std::string withOpeningSum(Host& host, std::string sentence, const FiscalYear& year) {
+  const Decimal sum = year.startingBalances().sum("balance");
+  if (!sum.isZero()) sentence += "; together they are off zero by " + host.amount(sum);
+  return sentence;
+}
+
+std::string_view pictureKind(const Bytes& bytes) {
+  const bool pdf = bytes.size() >= 4 && std::string(bytes.begin(), bytes.begin() + 4) == "%PDF";
+  return pdf ? "PDF" : "TIFF";
+}
+
+std::string pictureText(const Bytes& bytes) {
+  return std::string(pictureKind(bytes)) + ", " + std::to_string((bytes.size() + 1023) / 1024) +
+         " kB";
 }
 
 std::string firstDay(const FiscalYear& year) {
