@@ -96,8 +96,8 @@ TrialBalance compute(const Session& session, const BalanceOptions& options) {
   if (!options.date.empty()) {
     balance.day = dayFromText(options.date, session.environment().locale());
   }
-  balance.year =
-      findYear(session, options.year.empty() && balance.day ? isoDay(*balance.day) : options.year);
+  balance.year = findYearInUse(
+      session, options.year.empty() && balance.day ? isoDay(*balance.day) : options.year);
   if (!options.tag.empty()) balance.tag = findTag(session, options.tag);
   std::optional<Date> bound;
   if (balance.tag != nullptr) bound = balance.year->end();
@@ -200,7 +200,9 @@ void printText(Host& host, const TrialBalance& balance) {
 void addBalanceCommand(CLI::App& app, Host& host) {
   const auto options = std::make_shared<BalanceOptions>();
   CLI::App* command = app.add_subcommand("balance", "Trial balance and result of a fiscal year");
-  command->add_option("-y,--year", options->year, "Fiscal year (default: the latest)")
+  command
+      ->add_option("-y,--year", options->year,
+                   "Fiscal year (default: that of the day, or else the latest with entries)")
       ->type_name("YEAR");
   command->add_option("--date", options->date, "As it was at the end of that day")
       ->type_name("DAY");
@@ -212,7 +214,7 @@ void addBalanceCommand(CLI::App& app, Host& host) {
       "negative balances. The result is positive for a profit.");
   onRun(command, host, [options](Host& h) {
     const Session session = Session::reading(h);
-    reading(session, [&] {
+    session.read([&] {
       const TrialBalance balance = compute(session, *options);
       h.json() ? printJson(h, balance) : printText(h, balance);
     });

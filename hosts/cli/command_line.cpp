@@ -8,6 +8,7 @@
 #include "bokfolio/version.hpp"
 #include "commands.hpp"
 #include "failure.hpp"
+#include "help_text.hpp"
 
 namespace bokfolio::cli {
 
@@ -24,10 +25,10 @@ Amounts and days:
   (1 234,50) or plainly (1234.50); one that can be read two ways is refused. Days are 2025-03-31.
 
 A first book:
-  bokfolio new workshop --year 2025 --currency SEK
-  bokfolio account add 1930 Bank --type asset
-  bokfolio account add 3001 Sales --type income
-  bokfolio entry add --date 2025-01-15 --text "First sale" 1930:1000 3001:-1000
+  bokfolio new workshop --year 2025
+  bokfolio account list bank
+  bokfolio account add 3015 "Oak furniture"
+  bokfolio entry add --date 2025-01-15 --text "First sale" 1930:1000 3015:-1000
   bokfolio balance
 
 Exit status:
@@ -132,11 +133,11 @@ Failure usageFailure(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 // "help entry add" says what "entry add --help" does.
-void addHelpCommand(CLI::App& app) {
+void addHelpCommand(CLI::App& app, Host& host) {
   const auto words = std::make_shared<std::vector<std::string>>();
   CLI::App* command = app.add_subcommand("help", "Show what a command takes");
   command->add_option("command", *words, "The command, such as entry add");
-  command->callback([&app, words] {
+  command->callback([&app, &host, words] {
     const CLI::App* meant = &app;
     std::string before;
     for (const std::string& word : *words) {
@@ -149,6 +150,7 @@ void addHelpCommand(CLI::App& app) {
       }
       meant = found.front();
     }
+    translateHelp(app, host);
     // The program itself would otherwise show the command that it parsed: this one.
     std::cout << (words->empty()
                       ? app.get_formatter()->make_help(&app, "bokfolio", CLI::AppFormatMode::Normal)
@@ -167,14 +169,17 @@ void build(CLI::App& app, Host& host) {
   addImportCommand(app, host);
   addEntryCommands(app, host);
   addBalanceCommand(app, host);
+  addResultCommand(app, host);
   addJournalCommand(app, host);
   addAccountCommands(app, host);
   addTagCommands(app, host);
   addYearCommands(app, host);
   addOpeningCommands(app, host);
+  addBookCommands(app, host);
+  addCompanyCommands(app, host);
+  addRatesCommand(app, host);
   addCheckCommand(app, host);
-  addAddressCommand(app, host);
-  addHelpCommand(app);
+  addHelpCommand(app, host);
   app.footer(kFooter);
 }
 
@@ -199,6 +204,7 @@ void parseCommandLine(Host& host, std::vector<std::string> words) {
     app.parse(std::move(words));
   } catch (const CLI::Success& answer) {
     host.action = nullptr;
+    translateHelp(app, host);
     app.exit(answer);
   } catch (const CLI::ParseError& error) {
     throw usageFailure(app, error);

@@ -25,6 +25,10 @@ void addImportCommand(CLI::App& app, Host& host);
 void addEntryCommands(CLI::App& app, Host& host);
 void addBalanceCommand(CLI::App& app, Host& host);
 void addJournalCommand(CLI::App& app, Host& host);
+void addResultCommand(CLI::App& app, Host& host);
+void addBookCommands(CLI::App& app, Host& host);
+void addCompanyCommands(CLI::App& app, Host& host);
+void addRatesCommand(CLI::App& app, Host& host);
 void addCheckCommand(CLI::App& app, Host& host);
 void addAddressCommand(CLI::App& app, Host& host);
 

@@ -32,7 +32,7 @@ rm -rf "$folder"
 mkdir -p "$folder"
 
 say "A new document, and a year of a joinery's books read into it"
-run new "$document" --year 2025 --currency SEK --company 'Snickeriet Ek & Alm AB'
+run new "$document" --year 2025 --chart none --company 'Snickeriet Ek & Alm AB'
 run import "$year"
 run account list --type cost
 run tag list

@@ -5,8 +5,10 @@
 #include "bokfolio/model/ledger/entry_image.hpp"
 #include "commands.hpp"
 #include "entry_rows.hpp"
+#include "entry_xml.hpp"
 #include "failure.hpp"
 #include "ledger_output.hpp"
+#include "settings.hpp"
 
 namespace bokfolio::cli {
 
@@ -18,6 +20,7 @@ struct ComposeOptions {
   std::optional<std::string> comment;
   std::string receipt;
   std::vector<std::string> rows;
+  std::string xml;
   bool noFile = false;
 };
 
@@ -37,7 +40,7 @@ void describe(Session& session, Entry* entry, const ComposeOptions& options) {
 // Files the new entry and provides the next one. Answers the entries filed, it last.
 std::vector<Entry*> fileEntry(Session& session, Entry* entry) {
   std::optional<Error> error;
-  const auto filed = entry->fileMe(&error);
+  const auto filed = findBook(session)->fileTheNewEntry(&error);
   if (!filed) throw refusalOf(session.host(), *entry, error);
   newEntry(session);
   return *filed;
@@ -69,21 +72,32 @@ void refuseUnfinished(const Entry& entry) {
   if (rows == 0) return;
   throw Failure(ExitStatus::Refused,
                 "the new entry holds " + std::to_string(rows) + " unfiled rows",
-                "file them with 'entry file', drop them with 'entry discard', or add to them with "
+                "file them with 'entry file', drop them with 'entry discard', or add rows with "
                 "--no-file");
 }
 
 void addEntry(Host& host, const ComposeOptions& options) {
+  if (options.rows.empty() == options.xml.empty()) {
+    throw Failure(ExitStatus::Usage,
+                  options.xml.empty() ? "there are no rows" : "the rows are given twice",
+                  "name rows such as 1930:500 3001:-500, or a file with --xml");
+  }
   const std::vector<RowText> rows = rowsFromTexts(host, options.rows);
+  std::optional<XmlDocument> described;
+  if (!options.xml.empty()) described = readDescription(options.xml);
   std::optional<Image> receipt;
-  if (!options.receipt.empty()) receipt = readReceipt(options.receipt);
+  if (!options.receipt.empty()) receipt = readPicture(options.receipt);
   Session session = Session::writing(host);
   std::vector<Entry*> filed;
   Entry* entry = nullptr;
   session.change([&] {
     entry = newEntry(session);
-    if (!options.noFile) refuseUnfinished(*entry);
+    if (!options.noFile || described) refuseUnfinished(*entry);
     describe(session, entry, options);
+    if (described) {
+      defineFromDescription(session, entry, described->root(), options.xml);
+      describe(session, entry, options);  // what was named outweighs the file
+    }
     addRows(session, entry, rows, RowStatus::Editable);
     if (receipt) attachReceipt(entry, *receipt);
     if (!options.noFile) filed = fileEntry(session, entry);
@@ -136,14 +150,18 @@ void addEntryComposing(CLI::App& entry, Host& host) {
   add->add_option("rows", options->rows,
                   "ACCOUNT:AMOUNT[:TAG]; debit positive, credit negative; one may lack its amount "
                   "and takes the rest")
-      ->required()
       ->type_name("ROW");
+  add->add_option("--xml", options->xml, "Instead of rows, the whole entry from that file")
+      ->type_name("FILE");
   addDescribingOptions(add, options, "Accounting date (default: today)");
   add->add_option("--attach", options->receipt, "Receipt: PDF or picture")->type_name("FILE");
   add->add_flag("--no-file", options->noFile, "Leave it as the new entry, to go on with later");
   add->footer(
       "Example: bokfolio entry add --date 2025-03-04 --text \"Oak boards\" 4010:800 2641:200 1930\n"
-      "Accounts and tags are numbers or names.");
+      "Accounts and tags are numbers or names.\n"
+      "XML: <entry><name>Oak boards</name><note>Ordered in May</note><date>2025-03-04</date>\n"
+      "<row><account>4010</account><amount>800</amount><tag>10</tag></row>...</entry>\n"
+      "Only rows with account and amount are required. Options outweigh what the file says.");
   onRun(add, host, [options](Host& h) { addEntry(h, *options); });
 
   CLI::App* file = entry.add_subcommand("file", "File the new entry");

@@ -28,7 +28,7 @@ Entry* filedEntry(const Session& session, const CorrectOptions& options) {
     throw Failure(ExitStatus::Usage, "the new entry is not filed yet",
                   "add to it with 'entry add --no-file', empty it with 'entry discard'");
   }
-  return findEntry(session, findYear(session, options.year), options.number);
+  return findEntry(session, findYearInUse(session, options.year), options.number);
 }
 
 void strike(const Entry& entry, const std::vector<std::int64_t>& places) {
@@ -83,7 +83,7 @@ void finish(const Session& session, Entry* entry) {
 void correct(Host& host, const CorrectOptions& options) {
   const std::vector<RowText> rows = rowsFromTexts(host, options.rows);
   std::optional<Image> receipt;
-  if (!options.receipt.empty()) receipt = readReceipt(options.receipt);
+  if (!options.receipt.empty()) receipt = readPicture(options.receipt);
   Session session = Session::writing(host);
   Entry* entry = nullptr;
   session.change([&] {
@@ -113,7 +113,7 @@ using Shared = std::shared_ptr<CorrectOptions>;
 
 void addEntryOptions(CLI::App* command, const Shared& options) {
   command->add_option("entry", options->number, "Number of the entry")->required();
-  command->add_option("-y,--year", options->year, "Fiscal year (default: the latest)")
+  command->add_option("-y,--year", options->year, "Fiscal year (default: the latest with entries)")
       ->type_name("YEAR");
 }
 

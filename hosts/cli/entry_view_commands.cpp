@@ -1,11 +1,10 @@
 // `entry list` and `entry show`.
 
-#include <cstdio>
-#include <fstream>
 #include <memory>
 
 #include "commands.hpp"
 #include "failure.hpp"
+#include "input.hpp"
 #include "ledger_output.hpp"
 #include "selection.hpp"
 
@@ -38,7 +37,7 @@ std::vector<Entry*> listedEntries(const Session& session, const ViewOptions& opt
     return session.context().fetch<Entry>(Predicate("number == nil AND fiscalYear == nil"),
                                           std::vector{SortDescriptor("date")});
   }
-  FiscalYear* year = findYear(session, options.selection.year);
+  FiscalYear* year = yearOf(session, options.selection);
   auto entries = selectEntries(session, year, options.selection);
   if (options.last > 0 && entries.size() > options.last) {
     entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(options.last));
@@ -48,7 +47,7 @@ std::vector<Entry*> listedEntries(const Session& session, const ViewOptions& opt
 
 void listEntries(Host& host, const ViewOptions& options) {
   const Session session = Session::reading(host);
-  reading(session, [&] {
+  session.read([&] {
     const auto entries = listedEntries(session, options);
     if (host.json()) {
       Json list = Json::array();
@@ -76,18 +75,14 @@ void extractReceipt(const Entry& entry, const std::string& path) {
     throw Failure(ExitStatus::Refused, entryTitle(entry) + " has no receipt",
                   "attach one with 'bokfolio entry attach'");
   }
-  std::ofstream file(path, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(bytes->data()),
-             static_cast<std::streamsize>(bytes->size()));
-  file.close();
-  if (!file) throw Failure(ExitStatus::Input, "cannot be written").about(path);
+  writeFile(path, *bytes);
 }
 
 void showEntry(Host& host, const ViewOptions& options) {
   const Session session = Session::reading(host);
-  reading(session, [&] {
+  session.read([&] {
     FiscalYear* year =
-        options.number == "new" ? nullptr : findYear(session, options.selection.year);
+        options.number == "new" ? nullptr : findYearInUse(session, options.selection.year);
     const Entry* entry = findEntry(session, year, options.number);
     if (!options.extract.empty()) extractReceipt(*entry, options.extract);
     if (host.json()) return host.print(entryJson(host, *entry));
@@ -107,7 +102,8 @@ void addEntryViews(CLI::App& entry, Host& host) {
 
   CLI::App* show = entry.add_subcommand("show", "Show one entry with all its rows");
   show->add_option("entry", options->number, "Its number, or new")->required();
-  show->add_option("-y,--year", options->selection.year, "Fiscal year (default: the latest)")
+  show->add_option("-y,--year", options->selection.year,
+                   "Fiscal year (default: the latest with entries)")
       ->type_name("YEAR");
   show->add_option("--extract", options->extract, "Write its receipt to that file")
       ->type_name("FILE");

@@ -49,6 +49,8 @@ std::string remedyFor(const Error& error) {
     return "fiscal years must not overlap; see 'bokfolio year list'";
   }
   if (is(error, LedgerError::NoNewEntry)) return "'bokfolio entry discard' makes a fresh one";
+  if (is(error, LedgerError::NoPrecedingYear))
+    return "set its opening balances with 'bokfolio opening set'";
   if (is(error, LedgerError::StartLaterThanEnd)) return "exchange --from and --to";
   return "";
 }

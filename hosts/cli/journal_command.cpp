@@ -44,8 +44,8 @@ void addJournalCommand(CLI::App& app, Host& host) {
   addSelectionOptions(command, *selection);
   onRun(command, host, [selection](Host& h) {
     const Session session = Session::reading(h);
-    reading(session, [&] {
-      FiscalYear* year = findYear(session, selection->year);
+    session.read([&] {
+      FiscalYear* year = yearOf(session, *selection);
       const auto entries = selectEntries(session, year, *selection);
       h.json() ? printJson(h, entries) : printText(h, entries);
     });

@@ -73,10 +73,22 @@ FiscalYear* findYear(const Session& session, const std::string& text) {
     if (FiscalYear* year = yearStartingIn(session, *number)) return year;
   }
   if (const auto day = parseDay(text, Locale("C"))) {
-    const Date noon = session.host().noonOf(*day);
-    if (FiscalYear* year = FiscalYear::findFiscalYearForDate(noon, context)) return year;
+    if (FiscalYear* year = yearHolding(session, *day)) return year;
   }
   throw missing("fiscal year", text, "'bokfolio year list' shows them, 'bokfolio year add' adds");
+}
+
+FiscalYear* findYearInUse(const Session& session, const std::string& text) {
+  if (!text.empty()) return findYear(session, text);
+  const std::vector<FiscalYear*> years = allYears(session);
+  const auto used = std::find_if(years.rbegin(), years.rend(), [](const FiscalYear* year) {
+    return year->entries().count() > 0;
+  });
+  return used != years.rend() ? *used : findYear(session, text);
+}
+
+FiscalYear* yearHolding(const Session& session, CivilDate day) {
+  return FiscalYear::findFiscalYearForDate(session.host().noonOf(day), session.context());
 }
 
 Entry* findEntry(const Session& session, FiscalYear* year, const std::string& text) {

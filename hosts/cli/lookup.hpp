@@ -21,6 +21,11 @@ Account* findAccount(const Session& session, const std::string& text);
 Tag* findTag(const Session& session, const std::string& text);
 // By name, by the calendar year in which it starts, or by a day within; "" means the latest.
 FiscalYear* findYear(const Session& session, const std::string& text);
+// The same for commands about entries that are there: "" means the latest year that has any, so
+// that a year just added does not hide the one that is kept.
+FiscalYear* findYearInUse(const Session& session, const std::string& text);
+// The year that holds the day, nullptr when none does.
+FiscalYear* yearHolding(const Session& session, CivilDate day);
 // All years, earliest first.
 std::vector<FiscalYear*> allYears(const Session& session);
 // A filed entry of the year by its number, or the new entry by "new".

@@ -4,6 +4,7 @@
 #include <memory>
 #include <system_error>
 
+#include "bokfolio/model/chart.hpp"
 #include "bokfolio/model/invoicing/company.hpp"
 #include "bokfolio/model/ledger/book.hpp"
 #include "commands.hpp"
@@ -16,27 +17,19 @@ namespace bokfolio::cli {
 
 namespace {
 
+constexpr std::string_view kNoChart = "none";
+
 struct NewOptions {
   std::string file;
   std::string year;
   std::string currency;
   std::string company;
   std::string organisation;
+  std::string chart{kSwedishChart};
 };
 
 std::string withExtension(const std::string& file) {
   return std::filesystem::path(file).has_extension() ? file : file + ".bokfolio";
-}
-
-std::string currencyMeant(Host& host, const NewOptions& options) {
-  if (options.currency.size() == 3) return options.currency;
-  if (!options.currency.empty()) {
-    throw Failure(ExitStatus::Usage, "\"" + options.currency + "\" is no currency",
-                  "name one by its three letters, such as SEK");
-  }
-  if (const auto currency = host.environment().locale().currencyCode()) return *currency;
-  throw Failure(ExitStatus::Usage, "the locale does not tell the book's currency",
-                "name it with --currency, such as --currency SEK");
 }
 
 CivilDate dayOfYear(Host& host, const NewOptions& options) {
@@ -49,44 +42,47 @@ CivilDate dayOfYear(Host& host, const NewOptions& options) {
   return {static_cast<int>(*year), 7, 1};
 }
 
-// The initial records: book and company, the fiscal year, the working new entry.
-FiscalYear* makeInitialRecords(const Session& session, const NewOptions& options,
-                               const std::string& currency, CivilDate day) {
+FiscalYear* makeInitialRecords(const Session& session, const NewOptions& options, CivilDate day) {
   Context& context = session.context();
-  auto* book = context.insert<Book>();
-  auto* company = context.insert<Company>();
-  book->setCompany(company);
-  book->setCurrency(currency);
-  company->setCountry(session.environment().locale().countryCode());
-  if (!options.company.empty()) company->setOrgname(options.company);
-  if (!options.organisation.empty()) company->setOrgid(options.organisation);
-  auto* year = FiscalYear::createFiscalYearWithDate(session.host().noonOf(day), context);
-  newEntry(session)->setDate(session.environment().now());
+  Book* book = Book::createDefaultInContext(context);
+  if (!options.currency.empty()) book->setCurrency(options.currency);
+  if (!options.company.empty()) book->company()->setOrgname(options.company);
+  if (!options.organisation.empty()) book->company()->setOrgid(options.organisation);
+  std::optional<Error> error;
+  if (options.chart != kNoChart && !installChart(context, options.chart, &error)) {
+    throw failureOf(error).advise("choose --chart sweden or --chart none");
+  }
+  FiscalYear* year = FiscalYear::latestFiscalYearInContext(context);
+  year->setToCalendarYearContaining(session.host().noonOf(day));
   return year;
 }
 
 void createNew(Host& host, const NewOptions& options) {
-  const std::string currency = currencyMeant(host, options);
+  if (!options.currency.empty()) currencyFromText(options.currency);
   const CivilDate day = dayOfYear(host, options);
   const std::string path = withExtension(options.file);
-  Json result = {{"document", path}, {"currency", currency}};
-  std::string yearName;
-  {
-    Session session = Session::creating(host, path);
-    try {
-      session.change([&] {
-        const FiscalYear* year = makeInitialRecords(session, options, currency, day);
-        yearName = year->name().value_or("");
-        result["year"] = yearJson(*year);
-      });
-    } catch (...) {
-      // A document without book is of no use to anybody.
-      std::error_code ignored;
-      std::filesystem::remove(path, ignored);
-      throw;
-    }
+  Json result = {{"document", path}};
+  std::string sentence = path + ": a new document";
+  Session session = Session::creating(host, path);
+  try {
+    session.change([&] {
+      const FiscalYear* year = makeInitialRecords(session, options, day);
+      const std::string currency =
+          Book::currentBookInContext(session.context())->currency().value_or("");
+      const std::size_t accounts = session.context().count(Account::kEntityName);
+      result["currency"] = currency;
+      result["year"] = yearJson(*year);
+      result["accounts"] = accounts;
+      sentence += " with fiscal year " + year->name().value_or("") + ", in " + currency;
+      if (accounts > 0) sentence += ", " + std::to_string(accounts) + " accounts";
+    });
+  } catch (...) {
+    // A document without book is of no use to anybody.
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
+    throw;
   }
-  host.confirm(path + ": a new document with fiscal year " + yearName + ", in " + currency, result);
+  host.confirm(sentence, result);
 }
 
 }  // namespace
@@ -103,11 +99,16 @@ void addNewCommand(CLI::App& app, Host& host) {
       ->type_name("YEAR");
   command
       ->add_option("--currency", options->currency,
-                   "Home currency, such as SEK (default: the locale's)")
+                   "Home currency (default: the locale's, or else SEK)")
       ->type_name("CODE");
   command->add_option("--company", options->company, "Name of the company")->type_name("NAME");
   command->add_option("--orgid", options->organisation, "Its organisation number")
       ->type_name("NUMBER");
+  command
+      ->add_option(
+          "--chart", options->chart,
+          "Accounts to begin with: sweden, for a small business there, or none (default: sweden)")
+      ->type_name("NAME");
   onRun(command, host, [options](Host& h) { createNew(h, *options); });
 }
 

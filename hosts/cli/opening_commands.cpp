@@ -43,17 +43,6 @@ void setOpening(const Session& session, FiscalYear* year, const std::string& acc
   opening->setBalance(amount);
 }
 
-Json openingsJson(const FiscalYear& year) {
-  Json list = Json::array();
-  for (const StartingBalance* opening : year.startingBalances().members()) {
-    list.push_back(
-        {{"account", toJson(opening->number())}, {"balance", toJson(opening->balance())}});
-  }
-  return {{"year", toJson(year.name())},
-          {"balances", list},
-          {"sum", toJson(year.startingBalances().sum("balance"))}};
-}
-
 void setOpenings(Host& host, const OpeningOptions& options) {
   std::vector<RowText> wanted;
   for (const std::string& text : options.balances) {
@@ -69,16 +58,14 @@ void setOpenings(Host& host, const OpeningOptions& options) {
     year = findYear(session, options.year);
     for (const RowText& row : wanted) setOpening(session, year, row.account, *row.amount);
   });
-  const Decimal sum = year->startingBalances().sum("balance");
-  std::string sentence = "Set " + std::to_string(wanted.size()) + " opening balance" +
-                         (wanted.size() == 1 ? "" : "s") + " of " + year->name().value_or("");
-  if (!sum.isZero()) sentence += "; together they are off zero by " + host.amount(sum);
-  host.confirm(sentence, openingsJson(*year));
+  const std::string sentence = "Set " + std::to_string(wanted.size()) + " opening balance" +
+                               (wanted.size() == 1 ? "" : "s") + " of " + year->name().value_or("");
+  host.confirm(withOpeningSum(host, sentence, *year), openingsJson(*year));
 }
 
 void listOpenings(Host& host, const OpeningOptions& options) {
   const Session session = Session::reading(host);
-  reading(session, [&] {
+  session.read([&] {
     const FiscalYear* year = findYear(session, options.year);
     if (host.json()) return host.print(openingsJson(*year));
     Table table({{host.text("Account"), Table::Align::Right},

@@ -2,6 +2,8 @@
 
 #include <unordered_set>
 
+#include "bokfolio/platform/date_text.hpp"
+#include "failure.hpp"
 #include "input.hpp"
 
 namespace bokfolio::cli {
@@ -39,7 +41,9 @@ std::unordered_set<const Entry*> entriesCarrying(const Session& session, FiscalY
 }  // namespace
 
 void addSelectionOptions(CLI::App* command, Selection& selection) {
-  command->add_option("-y,--year", selection.year, "Fiscal year (default: the latest)")
+  command
+      ->add_option("-y,--year", selection.year,
+                   "Fiscal year (default: that of the days, or else the latest with entries)")
       ->type_name("YEAR");
   command->add_option("--date", selection.date, "Only entries of that day")->type_name("DAY");
   command->add_option("--from", selection.from, "Only entries from that day on")->type_name("DAY");
@@ -50,6 +54,25 @@ void addSelectionOptions(CLI::App* command, Selection& selection) {
       ->type_name("ACCOUNT");
   command->add_option("--text", selection.text, "Only entries whose text holds these words")
       ->type_name("TEXT");
+}
+
+FiscalYear* yearOf(const Session& session, const Selection& selection) {
+  if (!selection.year.empty()) return findYear(session, selection.year);
+  FiscalYear* found = nullptr;
+  std::string unheld;
+  for (const std::string& text : {selection.date, selection.from, selection.to}) {
+    if (text.empty()) continue;
+    const CivilDate day = dayFromText(text, session.environment().locale());
+    FiscalYear* year = yearHolding(session, day);
+    if (year == nullptr) unheld = isoDay(day);
+    if (year != nullptr && found != nullptr && year != found) {
+      throw Failure(ExitStatus::Refused, "the days lie in two fiscal years",
+                    "ask for each year of its own");
+    }
+    if (year != nullptr) found = year;
+  }
+  if (found != nullptr) return found;
+  return unheld.empty() ? findYearInUse(session, "") : findYear(session, unheld);
 }
 
 std::vector<Entry*> selectEntries(const Session& session, FiscalYear* year,

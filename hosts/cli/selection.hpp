@@ -24,6 +24,10 @@ struct Selection {
 // --year, --date, --from, --to, --tag, --account, --text.
 void addSelectionOptions(CLI::App* command, Selection& selection);
 
+// The year that the selection is about: the one named, else the one that holds its days, else the
+// latest that has entries. Failure when no year holds them, or two do.
+FiscalYear* yearOf(const Session& session, const Selection& selection);
+
 // The entries of the year that satisfy all that was said, by number.
 std::vector<Entry*> selectEntries(const Session& session, FiscalYear* year,
                                   const Selection& selection);

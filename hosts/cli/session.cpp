@@ -86,6 +86,15 @@ Session Session::creating(Host& host, const std::string& path) {
   throw documentFailure(error, path).advise("choose a folder that exists");
 }
 
+void Session::read(const std::function<void()>& work) const {
+  try {
+    work();
+  } catch (Failure& failure) {
+    failure.about(path_);
+    throw;
+  }
+}
+
 void Session::change(const std::function<void()>& work) {
   try {
     work();
@@ -109,15 +118,6 @@ void Session::save() {
       error && (error->domain() == kBokfolioErrorDomain || error->domain() == kStoreErrorDomain);
   if (!ours) throw documentFailure(error, path_);
   throw failureOf(error);
-}
-
-void reading(const Session& session, const std::function<void()>& work) {
-  try {
-    work();
-  } catch (Failure& failure) {
-    failure.about(session.path());
-    throw;
-  }
 }
 
 }  // namespace bokfolio::cli

@@ -25,8 +25,9 @@ class Session {
   const Environment& environment() const { return context_->environment(); }
   const std::string& path() const { return path_; }
 
-  // Runs the work and saves. Whatever fails on the way, the document stays as it was; failures name
-  // it when they name nothing else.
+  // Runs work that only reads; its failures name the document when they name nothing else.
+  void read(const std::function<void()>& work) const;
+  // Runs the work and saves. Whatever fails on the way, the document stays as it was.
   void change(const std::function<void()>& work);
 
  private:
@@ -37,8 +38,5 @@ class Session {
   std::string path_;
   std::unique_ptr<Context> context_;
 };
-
-// Runs work that reads, so that its failures name the document.
-void reading(const Session& session, const std::function<void()>& work);
 
 }  // namespace bokfolio::cli

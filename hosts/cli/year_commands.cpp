@@ -78,6 +78,20 @@ void addYear(Host& host, const YearOptions& options) {
                yearJson(*year));
 }
 
+void carryForward(Host& host, const YearOptions& options) {
+  Session session = Session::writing(host);
+  FiscalYear* year = nullptr;
+  session.change([&] {
+    year = findYear(session, options.year);
+    std::optional<Error> error;
+    if (!year->updateStartingBalances(&error)) throw failureOf(error);
+  });
+  const std::size_t count = year->startingBalances().count();
+  const std::string sentence = "Carried " + std::to_string(count) + " balance" +
+                               (count == 1 ? "" : "s") + " forward to " + year->name().value_or("");
+  host.confirm(withOpeningSum(host, sentence, *year), openingsJson(*year));
+}
+
 void listYears(Host& host) {
   const Session session = Session::reading(host);
   Json list = Json::array();
@@ -106,7 +120,7 @@ void listYears(Host& host) {
 }  // namespace
 
 void addYearCommands(CLI::App& app, Host& host) {
-  CLI::App* group = addGroup(app, "year", "Fiscal years: add, list");
+  CLI::App* group = addGroup(app, "year", "Fiscal years: add, carry-forward, list");
   const auto options = std::make_shared<YearOptions>();
   CLI::App* add = group->add_subcommand("add", "Add a fiscal year");
   add->add_option("year", options->year, "A calendar year, such as 2026");
@@ -114,6 +128,16 @@ void addYearCommands(CLI::App& app, Host& host) {
   add->add_option("--to", options->to, "Last day of a broken year")->type_name("DAY");
   add->add_option("--name", options->name, "Name (default: 2026, or 2025/2026)")->type_name("NAME");
   onRun(add, host, [options](Host& h) { addYear(h, *options); });
+
+  CLI::App* carry = group->add_subcommand(
+      "carry-forward", "Open a year with the balances that the year before closed with");
+  carry->add_option("year", options->year, "The year to open (default: the latest)");
+  carry->footer(
+      "Assets, debts and equity of type debt are carried, and replace the opening balances that "
+      "the\n"
+      "year has. Book the result of the year before as equity first; as long as it is not, the\n"
+      "opening balances are off zero by it. Later years do not follow: carry each in turn.");
+  onRun(carry, host, [options](Host& h) { carryForward(h, *options); });
 
   CLI::App* list = group->add_subcommand("list", "Show the fiscal years and their results");
   onRun(list, host, [](Host& h) { listYears(h); });

@@ -78,7 +78,7 @@ void Desk::sql(const std::string& statement, const std::string& document) const 
 }
 
 void Desk::furnish() const {
-  ok("new book --year 2025");
+  ok("new book --year 2025 --chart none");
   ok("account add 1930 Bank");
   ok("account add 2440 Payables");
   ok("account add 3001 Sales");

@@ -196,5 +196,56 @@ TEST_F(CliEntry, AmountsAreReadInTheLocalesFormOrPlainlyAndNeverGuessed) {
   }
 }
 
+TEST_F(CliEntry, IsTakenWholeFromXmlOrNotAtAll) {
+  desk.write("rent.xml",
+             "<?xml version='1.0'?><entry><name>Boards</name><note>Oak</note>"
+             "<date>2025-03-31</date><row><account> 4010 </account><amount>8000.50</amount>"
+             "<tag>10</tag></row><row><account>1930</account><amount>-8000.50</amount></row>"
+             "</entry>");
+  const Json filed = desk.json("entry add --xml rent.xml")["filed"][0];
+  EXPECT_EQ(filed["number"], 1);
+  EXPECT_EQ(filed["text"], "Boards");
+  EXPECT_EQ(filed["comments"], "Oak");
+  EXPECT_EQ(filed["date"], "2025-03-31");
+  EXPECT_EQ(filed["rows"][0]["debit"], "8000.5");
+  EXPECT_EQ(filed["rows"][0]["tag"], 10);
+  EXPECT_EQ(filed["rows"][1]["credit"], "8000.5");
+  const Json named = desk.json("entry add --xml rent.xml --text Rent --date 2025-04-30")["filed"];
+  EXPECT_EQ(named[0]["text"], "Rent");
+  EXPECT_EQ(named[0]["date"], "2025-04-30");
+
+  const std::string before = desk.read("book.bokfolio");
+  const auto row = [](const char* account, const char* amount, const char* more = "") {
+    return "<row><account>" + std::string(account) + "</account><amount>" + amount + "</amount>" +
+           more + "</row>";
+  };
+  const std::string bank = row("1930", "-5");
+  const std::tuple<std::string, int, const char*> cases[] = {
+      {"<row>", 4, "bad.xml: "},
+      {"", 4, "bad.xml: describes no rows; "},
+      {bank + row("1931", "5"), 1, "bad.xml: row 2: there is no account 1931; "},
+      {row("bank", "5") + bank, 4, "bad.xml: row 1: \"bank\" is no number of an account; "},
+      {bank + "<row><account>3001</account></row>", 4, "bad.xml: row 2: the row has no amount; "},
+      {bank + row("3001", "5,00"), 4, "bad.xml: row 2: \"5,00\" is no amount; "},
+      {bank + row("3001", "5", "<tag>99</tag>"), 1, "bad.xml: row 2: there is no tag 99; "},
+      {"<date>soon</date>" + bank + row("3001", "5"), 4, "\"soon\" is no day of the calendar; "},
+      {bank + row("3001", "4"), 1, "; credit exceeds debit by 1"},
+      {"<date>2030-01-01</date>" + bank + row("3001", "5"), 1, "fiscal year"},
+  };
+  for (const auto& [children, status, message] : cases) {
+    desk.write("bad.xml", "<entry><name>Bad</name>" + children + "</entry>");
+    const Outcome outcome = desk.run("entry add --xml bad.xml");
+    EXPECT_EQ(outcome.status, status) << children << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr(message)) << children;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  }
+  EXPECT_EQ(desk.run("entry add --xml missing.xml").status, 4);
+  EXPECT_EQ(desk.run("entry add --xml rent.xml 1930:5 3001:-5").status, 2);
+  EXPECT_EQ(desk.read("book.bokfolio"), before) << "the document is as it was";
+  EXPECT_EQ(desk.json("entry show new")["rows"], Json::array());
+  desk.ok("entry add --no-file 1930:5 3001:-4");
+  EXPECT_THAT(desk.run("entry add --no-file --xml rent.xml").err, HasSubstr("2 unfiled rows"));
+}
+
 }  // namespace
 }  // namespace bokfolio::test

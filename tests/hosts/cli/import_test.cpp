@@ -32,7 +32,7 @@ std::map<int, double> statedIn(const std::string& bytes,
 
 class CliImport : public testing::Test {
  protected:
-  CliImport() { desk.ok("new book --year 2025"); }
+  CliImport() { desk.ok("new book --year 2025 --chart none"); }
   // A small file with vouchers, or anything else, after its head.
   void writeFile(const std::string& rest, const std::string& currency = "SEK") {
     desk.write("small.se", "#FLAGGA 0\n#SIETYP 4\n#VALUTA " + currency +

@@ -139,9 +139,99 @@ TEST_F(CliReport, YearsOneAfterAnother) {
   desk.ok("entry add --date 2026-06-30 1930:1 3001");
   EXPECT_EQ(numbersOf(desk.json("journal -y half")), std::vector{1});
   EXPECT_EQ(numbersOf(desk.json("journal -y 2026-02-01")), std::vector{1});
-  EXPECT_EQ(numbersOf(desk.json("journal")), std::vector<int>());
   EXPECT_EQ(desk.json("balance --date 2026-06-30")["result"], "1");
   EXPECT_THAT(desk.run("journal -y 1999").err, HasSubstr("there is no fiscal year \"1999\""));
+}
+
+TEST_F(CliReport, TheYearIsTheOneMeantOrTheLatestWithEntries) {
+  desk.ok("year add 2026");
+  EXPECT_EQ(desk.json("balance")["year"], "2025");
+  EXPECT_EQ(desk.json("result")["year"], "2025");
+  EXPECT_EQ(desk.json("entry show 2")["text"], "Kitchen");
+  EXPECT_EQ(desk.json("entry edit 2 --text Cupboards")["year"], "2025");
+  desk.ok("entry add --date 2026-01-10 -t Shelf 1930:10 3001:-10");
+  const std::tuple<const char*, const char*, std::vector<int>> cases[] = {
+      {"", "2026", {1}},
+      {"--date 2025-02-20", "2025", {2, 3}},
+      {"--from 2025-02-20", "2025", {2, 3, 4}},
+      {"--to 2026-02-01", "2026", {1}},
+      {"--from 2024-12-01 --to 2025-01-31", "2025", {1}},
+      {"--year 2025 --from 2024-12-01", "2025", {1, 2, 3, 4}},
+  };
+  for (const auto& [selection, year, numbers] : cases) {
+    for (const char* command : {"journal ", "entry list "}) {
+      const Json found = desk.json(command + std::string(selection));
+      EXPECT_EQ(numbersOf(found), numbers) << selection;
+      EXPECT_EQ(found[0]["year"], year) << selection;
+    }
+  }
+  EXPECT_THAT(desk.run("journal --from 2025-12-01 --to 2026-01-31").err,
+              HasSubstr("the days lie in two fiscal years; "));
+  EXPECT_THAT(desk.run("journal --from 2030-01-01").err,
+              HasSubstr("there is no fiscal year \"2030-01-01\""));
+  EXPECT_EQ(desk.json("result --to 2025-02-20")["year"], "2025");
+}
+
+// "number amount" of each account of a section, and "sum".
+std::vector<std::string> linesOfResult(const Json& section) {
+  std::vector<std::string> lines;
+  for (const Json& line : section["accounts"]) {
+    lines.push_back(std::to_string(line["number"].get<int>()) + " " +
+                    line["amount"].get<std::string>());
+  }
+  lines.push_back("sum " + section["sum"].get<std::string>());
+  return lines;
+}
+
+TEST_F(CliReport, ResultOfAYearAndToADay) {
+  const Json year = desk.json("result");
+  EXPECT_THAT(linesOfResult(year["income"]), ElementsAre("3001 4000.75", "sum 4000.75"));
+  EXPECT_THAT(linesOfResult(year["cost"]), ElementsAre("4010 -800", "sum -800"));
+  EXPECT_EQ(year["result"], "3200.75");
+  EXPECT_EQ(year["resultBeforeMoving"], nullptr);
+  EXPECT_EQ(desk.json("result --to 2025-02-20")["result"], "3200.75");
+  const Json january = desk.json("result --to 2025-02-19");
+  EXPECT_THAT(linesOfResult(january["income"]), ElementsAre("sum 0"));
+  EXPECT_EQ(january["result"], "-800");
+  EXPECT_EQ(desk.json("result --to 2025-02-19 --all")["income"]["accounts"].size(), 1U);
+  EXPECT_EQ(desk.ok("result --to 2025-02-20 --locale en_US"),
+            "Result 2025, at the end of 2025-02-20\n"
+            "Account  Name      Amount\n"
+            "─────────────────────────\n"
+            "Income\n"
+            "   3001  Sales   4,000.75\n"
+            "         Sum     4,000.75\n"
+            "─────────────────────────\n"
+            "Cost\n"
+            "   4010  Timber   -800.00\n"
+            "         Sum      -800.00\n"
+            "─────────────────────────\n"
+            "         Result  3,200.75\n");
+
+  // Closing the year books the result on an account of the result itself.
+  desk.ok("account add 8999 'Result of the year' -t cost");
+  desk.ok("account add 2099 Profit -t debt");
+  desk.ok("book set --results 8999");
+  desk.ok("entry add --date 2025-12-31 -t Closing 8999:3200.75 2099");
+  EXPECT_EQ(desk.json("result")["result"], "0");
+  EXPECT_EQ(desk.json("result")["resultBeforeMoving"], "3200.75");
+  EXPECT_EQ(desk.json("result --to 2025-12-30")["resultBeforeMoving"], nullptr);
+}
+
+TEST_F(CliReport, ClosingBalancesAreCarriedForward) {
+  EXPECT_THAT(desk.run("year carry-forward").err, HasSubstr("'bokfolio opening set'"));
+  EXPECT_EQ(desk.json("opening list")["balances"].size(), 2U);
+  desk.ok("year add 2026");
+  desk.ok("opening set 2440:-5");
+  const Json carried = desk.json("year carry-forward");
+  EXPECT_EQ(carried, Json({{"year", "2026"},
+                           {"balances", {{{"account", 1930}, {"balance", "7000.25"}}}},
+                           {"sum", "7000.25"}}));
+  EXPECT_EQ(desk.json("year carry-forward 2026"), carried);
+  EXPECT_THAT(desk.ok("year carry-forward"), HasSubstr("1 balance forward to 2026; together"));
+  EXPECT_EQ(desk.json("opening list"), carried);
+  EXPECT_EQ(desk.json("balance --date 2026-01-01")["accounts"][0]["closing"], "7000.25");
+  EXPECT_EQ(desk.json("opening list -y 2025")["sum"], "3799.5");
 }
 
 TEST_F(CliReport, OpeningBalancesAreSetReplacedAndTakenAway) {
