@@ -1,5 +1,5 @@
 #!/bin/sh
-# demo.sh BUILD_DIR: keeps a year's books of a small workshop before your eyes, with the program
+# demo.sh BUILD_DIR: keeps two years' books of a small workshop before your eyes, with the program
 # that was built there. The document stays in the build folder, for you to go on with.
 set -eu
 
@@ -12,6 +12,11 @@ document=$folder/workshop.bokfolio
 # English words, Swedish amounts and days; a locale of yours if you name one.
 locale=${BOKFOLIO_DEMO_LOCALE:-en_SE}
 
+quietly() {
+  BOKFOLIO_DOCUMENT=$document "$bokfolio" --locale "$locale" --now 2026-01-16T10:00 \
+    --user 'Anna Ek' "$@"
+}
+
 # Shows a command as it would be typed, then runs it.
 run() {
   printf '\n$ bokfolio'
@@ -22,8 +27,7 @@ run() {
     esac
   done
   printf '\n'
-  BOKFOLIO_DOCUMENT=$document "$bokfolio" --locale "$locale" --now 2026-01-16T10:00 \
-    --user 'Anna Ek' "$@"
+  quietly "$@"
 }
 
 say() { printf '\n== %s ==\n' "$*"; }
@@ -57,7 +61,50 @@ run balance
 say "What one of the two product lines earned"
 run balance --tag 20
 
-say "Every rule looked after"
+say "The year is closed: its result goes to equity, through an account of its own"
+run account add 8999 "Result of the year" --type cost
+run book set --results 8999
+result=$(quietly --json result | sed -n 's/^  "result": "\(.*\)".*/\1/p')
+run entry add --date 2025-12-31 --text 'The result of 2025 to equity' "8999:$result" 2099
+run result
+
+say "The next year opens with what this one closed with"
+run year add 2026
+run year carry-forward 2026
+run opening list --year 2026
+# Balance accounts of the old year with what they hold at its end, and of the new year at its start.
+quietly --json balance --year 2025 | awk '
+  /"number":/ { number = $2 }
+  /"type":/ { carried = $2 ~ /asset|debt/ }
+  /"closing":/ { if (number && carried && $2 != "\"0\"") print number, $2; number = "" }' |
+  tr -d '",' | sort >"$folder/closing"
+quietly --json opening list --year 2026 |
+  awk '/"account":/ { number = $2 } /"balance":/ { print number, $2 }' |
+  tr -d '",' | sort >"$folder/opening"
+diff "$folder/closing" "$folder/opening"
+printf 'All %d opening balances of 2026 are the closing balances of 2025.\n' \
+  "$(grep -c . "$folder/opening")"
+
+say "The new year begins. The rent comes as a file from the landlord's program"
+cat >"$folder/rent.xml" <<'XML'
+<entry>
+  <name>Workshop rent, January</name>
+  <note>Contract 2019-4</note>
+  <date>2026-01-02</date>
+  <row><account>5010</account><amount>9500</amount></row>
+  <row><account>2641</account><amount>2375</amount></row>
+  <row><account>1930</account><amount>-11875</amount></row>
+</entry>
+XML
+cat "$folder/rent.xml"
+run entry add --xml "$folder/rent.xml"
+run entry add --date 2026-01-09 --text 'Table of elm, sold for cash' 1910:18000 3001:-14400:20 2611
+run entry add --date 2026-01-12 --text 'Cash to the bank' 1930:18000 1910
+run journal
+run result --to 2026-01-15
+run year list
+
+say "Every rule looked after, in both years"
 run check
 
 printf '\nThe document lies in %s\n' "$document"
