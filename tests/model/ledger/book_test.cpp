@@ -160,7 +160,10 @@ TEST_F(BookTest, TheCurrencyIsFixedByFiledAndWaitingEntriesAndByInvoices) {
     if (each.filed) entry->setFiscalYear(year(2009));
     if (each.invoice) context().insert<Invoice>();
 
-    EXPECT_TRUE(book->setValidated("currency", "SEK"));
+    const Error before("domain", 1, "before");
+    std::optional<Error> untouched = before;
+    EXPECT_TRUE(book->setValidated("currency", "SEK", &untouched));
+    EXPECT_EQ(untouched, before);
     for (const Value& other : {Value("NOK"), Value("sek"), Value()}) {
       Value proposed = other;
       std::optional<Error> error;

@@ -60,10 +60,13 @@ TEST_F(CarryForward, OpensTypes0And1WithWhatTheYearBeforeClosedWith) {
   opening(of2009, bank, 7);  // made by hand, and replaced
   opening(of2009, rent, 7);
   const Openings expected{{1930, dec("1101")}, {1460, 40}, {2350, -309}};
+  const Error before("domain", 1, "before");
+  std::optional<Error> error = before;
   for (int run = 0; run < 2; ++run) {
-    EXPECT_TRUE(of2009->updateStartingBalances());
+    EXPECT_TRUE(of2009->updateStartingBalances(&error));
     EXPECT_EQ(openingsOf(of2009), expected);
   }
+  EXPECT_EQ(error, before) << "only a failure writes it";
   EXPECT_EQ(of2008->startingBalances().count(), 5U);
   EXPECT_EQ(context().count("StartingBalance"), 5U + expected.size())
       << "none is left without year";
