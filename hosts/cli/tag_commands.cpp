@@ -16,6 +16,7 @@ struct TagOptions {
   std::string tag;
   std::optional<std::string> newNumber;
   std::optional<std::string> name;
+  std::string year;
 };
 
 std::int64_t tagNumber(const std::string& text) {
@@ -84,8 +85,19 @@ void removeTag(Host& host, const TagOptions& options) {
   host.confirm("Removed " + removedTitle, {{"removed", removed}});
 }
 
-void listTags(Host& host) {
+// nil when the document has no year.
+std::optional<Decimal> sumIn(const FiscalYear* year, const Tag& tag) {
+  if (year == nullptr) return std::nullopt;
+  return tag.rows().filtered(year->rowPredicate()).sum("net");
+}
+
+void listTags(Host& host, const TagOptions& options) {
   const Session session = Session::reading(host);
+  const bool anyYear = session.context().count(FiscalYear::kEntityName) > 0;
+  const FiscalYear* year = nullptr;
+  session.read([&] {
+    if (anyYear || !options.year.empty()) year = findYearInUse(session, options.year);
+  });
   const auto tags =
       session.context().fetch<Tag>(std::nullopt, std::vector{SortDescriptor("number")});
   Json list = Json::array();
@@ -94,7 +106,7 @@ void listTags(Host& host) {
                {host.text("Rows"), Table::Align::Right},
                {host.text("Balance"), Table::Align::Right}});
   for (const Tag* tag : tags) {
-    const std::optional<Decimal> balance = tag->balance();
+    const std::optional<Decimal> balance = sumIn(year, *tag);
     if (host.json()) {
       list.push_back(tagJson(*tag));
       list.back()["rows"] = tag->rows().count();
@@ -129,9 +141,10 @@ void addTagCommands(CLI::App& app, Host& host) {
   remove->add_option("tag", options->tag, "Its number or name")->required();
   onRun(remove, host, [options](Host& h) { removeTag(h, *options); });
 
-  CLI::App* list =
-      group->add_subcommand("list", "Show the tags, with their sums in the latest year");
-  onRun(list, host, [](Host& h) { listTags(h); });
+  CLI::App* list = group->add_subcommand("list", "Show the tags, with their sums in a fiscal year");
+  list->add_option("-y,--year", options->year, "Fiscal year (default: the latest with entries)")
+      ->type_name("YEAR");
+  onRun(list, host, [options](Host& h) { listTags(h, *options); });
 }
 
 }  // namespace bokfolio::cli

@@ -60,7 +60,8 @@ TEST_F(CliBook, SettingsChangeOneByOne) {
   }
   EXPECT_EQ(desk.run("book set --days 10 --gains 9999").status, 1);
   EXPECT_EQ(desk.json("book show"), expected) << "nothing of a refused change stays";
-  EXPECT_THAT(desk.ok("book show --locale sv_SE"), HasSubstr("Öresavrundning            3001 Sales\n"));
+  EXPECT_THAT(desk.ok("book show --locale sv_SE"),
+              HasSubstr("Öresavrundning            3001 Sales\n"));
 }
 
 TEST_F(CliBook, GuardedSettingsWarnOrRefuse) {

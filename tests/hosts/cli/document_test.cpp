@@ -140,8 +140,7 @@ std::vector<std::string> commandsIn(const std::string& help) {
 
 TEST(CliDocument, AllHelpIsThereInSwedish) {
   const Desk desk;
-  const std::regex english(R"(\b(the|its|of|only|default|with|change|which)\b)",
-                           std::regex::icase);
+  const std::regex english(R"(\b(the|its|of|only|default|with|change|which)\b)", std::regex::icase);
   std::vector<std::string> open = {""};
   std::size_t pages = 0;
   while (!open.empty()) {

@@ -148,6 +148,8 @@ TEST_F(CliReport, TheYearIsTheOneMeantOrTheLatestWithEntries) {
   EXPECT_EQ(desk.json("balance")["year"], "2025");
   EXPECT_EQ(desk.json("result")["year"], "2025");
   EXPECT_EQ(desk.json("entry show 2")["text"], "Kitchen");
+  EXPECT_EQ(desk.json("tag list")[0]["balance"], "-2200");
+  EXPECT_EQ(desk.json("tag list --year 2026")[0]["balance"], "0");
   EXPECT_EQ(desk.json("entry edit 2 --text Cupboards")["year"], "2025");
   desk.ok("entry add --date 2026-01-10 -t Shelf 1930:10 3001:-10");
   const std::tuple<const char*, const char*, std::vector<int>> cases[] = {
