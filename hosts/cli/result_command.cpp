@@ -47,7 +47,7 @@ void fill(const Session& session, const Statement& statement, Section& section,
       session.context().fetch<Account>(Predicate("type == %@", {static_cast<int>(section.type)}),
                                        std::vector{SortDescriptor("number")});
   for (const Account* account : accounts) {
-    const Decimal amount = account->balanceByDate(bound, statement.year).negated();
+    const Decimal amount = account->sumOfNets(*statement.year, bound).negated();
     if (amount.isZero() && !all) continue;
     section.lines.push_back({account, amount});
     section.sum += amount;
@@ -63,7 +63,7 @@ std::optional<Decimal> beforeMoving(const Session& session, const Statement& sta
   const std::int64_t type = account != nullptr ? account->type().value_or(0) : 0;
   if (type != static_cast<int>(AccountType::Income) && type != static_cast<int>(AccountType::Cost))
     return std::nullopt;
-  const Decimal moved = account->balanceByDate(bound, statement.year);
+  const Decimal moved = account->sumOfNets(*statement.year, bound);
   return moved.isZero() ? std::nullopt : std::optional(statement.result + moved);
 }
 

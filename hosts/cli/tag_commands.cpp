@@ -88,7 +88,7 @@ void removeTag(Host& host, const TagOptions& options) {
 // nil when the document has no year.
 std::optional<Decimal> sumIn(const FiscalYear* year, const Tag& tag) {
   if (year == nullptr) return std::nullopt;
-  return tag.rows().filtered(year->rowPredicate()).sum("net");
+  return tag.managedObjectContext().keptSum(Row::kEntityName, {nullptr, &tag, year, {}});
 }
 
 void listTags(Host& host, const TagOptions& options) {
