@@ -1,7 +1,7 @@
 // Carrying a year forward and saving, beside the bare SQLite transaction that replaces the same
-// opening balances in the same file. The year is measured full of rows, where adding them up is
-// nearly all of the work, and with opening balances alone, which is what is left once the sums are
-// known.
+// opening balances in the same file. Once the sums of the book are known, the rows of the year must
+// not matter: compare the year full of rows with the one that has opening balances alone. What it
+// costs to learn the sums is measured beside one plain visit to every row.
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
@@ -82,16 +82,23 @@ void carryForwardAndSave(benchmark::State& state) {
     state.SkipWithError("not carried forward");
 }
 BENCHMARK(carryForwardAndSave)->Arg(0)->Unit(benchmark::kMillisecond)->Iterations(100);
-BENCHMARK(carryForwardAndSave)->Arg(kBig)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(carryForwardAndSave)->Arg(kBig)->Unit(benchmark::kMillisecond)->Iterations(100);
 
-void carryForwardWithoutSaving(benchmark::State& state) {
-  const auto context = open(savedYears(static_cast<std::size_t>(state.range(0))));
-  FiscalYear* opened = FiscalYear::latestFiscalYearInContext(*context);
-  opened->updateStartingBalances();
-  for (auto _ : state) benchmark::DoNotOptimize(opened->updateStartingBalances());
+void firstCarryForwardOfAnOpenedBook(benchmark::State& state) {
+  const std::string path = savedYears(static_cast<std::size_t>(state.range(0)));
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto context = open(path);
+    benchmark::DoNotOptimize(context->fetch<Row>());
+    FiscalYear* opened = FiscalYear::latestFiscalYearInContext(*context);
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(opened->updateStartingBalances());
+    state.PauseTiming();
+    context.reset();
+    state.ResumeTiming();
+  }
 }
-BENCHMARK(carryForwardWithoutSaving)->Arg(0)->Unit(benchmark::kMillisecond)->Iterations(100);
-BENCHMARK(carryForwardWithoutSaving)->Arg(kBig)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(firstCarryForwardOfAnOpenedBook)->Arg(kBig)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // What any program would do: one visit to every row of the year, and its sums by account.
 void floorSumsOfTheRows(benchmark::State& state) {
