@@ -31,7 +31,8 @@ inline constexpr std::int32_t kPostalCode = 764002;
 inline constexpr std::int32_t kCity = 764003;
 inline constexpr std::int32_t kCounty = 764004;
 inline constexpr std::int32_t kCountry = 764005;
-// A view whose y ends the block whatever the fields do: fields below it move nothing.
+// The lower end of the block counts as this view's y at the highest: fields that come and go above
+// it move nothing.
 inline constexpr std::int32_t kBottomMarker = 767001;
 // Every view that stands below the block and moves with its lower end.
 inline constexpr std::int32_t kBelowBlock = 763999;
