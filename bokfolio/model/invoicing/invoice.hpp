@@ -289,9 +289,10 @@ class BOKFOLIO_EXPORT Invoice : public Record {
   // payment in part is not booked when the sale is booked once. A negative amount is paid out.
   // Errors (InvoiceError): NotTheAmountOwed in the book's own currency, NoCurrencyAccounts,
   // ReceivableMissingForPay, AccountSettingsMissing, or that of the entry's validation when it
-  // cannot be rounded. paidAmount, status and day are changed before any of them, and no entry
-  // stays. Where entries are made, a missing account, amount or day fails an assertion; the answer
-  // is false where the handler lets it go on. Booking a total of zero once throws DecimalError.
+  // cannot be rounded. paidAmount, status and day are changed before any of them, and exchangeRate
+  // once the sale is being booked; no entry stays. Where entries are made, a missing account,
+  // amount or day fails an assertion; the answer is false where the handler lets it go on. Booking
+  // a total of zero once throws DecimalError and leaves the entry, without rows.
   bool payMeWithFinalAmount(const std::optional<Decimal>& amount, std::optional<Date> day,
                             bool inFull, Account* receivingAccount, ErrorOut error = nullptr);
   // Files the invoice as returned, with a reversal of its sales entry when it was booked; what was

@@ -107,6 +107,18 @@ TEST_F(Paying, BookedOnceTakesTheRateFromWhatIsOwed) {
   EXPECT_EQ(payments(), "Paid invoice 7: 1 2611 credit 260, 2 3001 credit 1040, 3 1930 debit 1300");
 }
 
+TEST_F(Paying, ATotalOfZeroHasNoRateToBookOnceBy) {
+  book->setBookOnce(true);
+  Invoice* made = sent("0:10 0:-10");
+  ASSERT_TRUE(context().save());
+  const Dump before = dump(context());
+  EXPECT_THROW(pay(made, "0", true), DecimalError);
+  expectNoted(made, 0, true);
+  EXPECT_EQ(payments(), "Paid invoice 7: ");
+  context().rollback();
+  EXPECT_EQ(dump(context()), before);
+}
+
 TEST_F(Paying, WithoutAutomaticBookingNothingIsCheckedOrMade) {
   Invoice* made = sent("0:1000");
   book->setAutoBook(false);
