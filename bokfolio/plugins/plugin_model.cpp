@@ -1,5 +1,6 @@
 #include "bokfolio/plugins/plugin_model.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "bokfolio/plugins/internal/plugin_failure.hpp"
@@ -11,6 +12,11 @@ namespace {
 bool isSame(const PropertyDescription& a, const PropertyDescription& b) {
   return a.name == b.name && a.kind == b.kind && a.transient == b.transient &&
          a.target == b.target && a.inverse == b.inverse;
+}
+
+bool hasDerived(const EntityDescription& entity, const std::string& key) {
+  return std::any_of(entity.derived.begin(), entity.derived.end(),
+                     [&key](const DerivedKeyDescription& derived) { return derived.name == key; });
 }
 
 // What of the base the extension lacks or has changed.
@@ -28,6 +34,10 @@ std::vector<std::string> losses(const Model& base, Model& extended) {
       if (place < now->properties.size() && isSame(property, now->properties[place])) continue;
       found.push_back(entity.name + "." + property.name + " is gone, changed or moved");
     }
+    for (const DerivedKeyDescription& derived : entity.derived)
+      if (!hasDerived(*now, derived.name))
+        found.push_back(entity.name + "." + derived.name + " is gone");
+    if (entity.keptSum && !now->keptSum) found.push_back(entity.name + " keeps its sum no more");
   }
   return found;
 }

@@ -27,8 +27,9 @@ enum class PluginError : int {
 
 // Asks the plug-in for its model and takes that over. false with ModelRefused (all faults named),
 // or Failed when it throws, and then the model is as it was. An extension may add entities, and at
-// the end of an entity's keys further ones; entities and keys that were there keep their name,
-// kind, target and place, because classes go by the place.
+// the end of an entity's keys further ones; entities and stored keys that were there keep their
+// name, kind, target and place, because classes go by the place, and derived keys and the kept sum
+// stay, because rules read them.
 BOKFOLIO_EXPORT bool extendModel(Model& model, const BFPluginBase& plugin,
                                  ErrorOut error = nullptr);
 

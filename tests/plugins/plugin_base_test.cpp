@@ -87,6 +87,11 @@ TEST(PluginModel, MayGrowButNotLoseOrMoveWhatIsThere) {
        },
        "Label.text is gone, changed or moved"},
       {[](Model model) {
+         model.entity("Child")->derived.clear();
+         return model;
+       },
+       "Child.doubled is gone; Child.family is gone"},
+      {[](Model model) {
          model.entity("Label")->make = nullptr;
          return model;
        },
@@ -108,6 +113,16 @@ TEST(PluginModel, MayGrowButNotLoseOrMoveWhatIsThere) {
     EXPECT_TRUE(model.faults().empty());
     EXPECT_FALSE(extendModel(model, Extending(how)));
   }
+  Model ledger;
+  ledger.add(Child::table());
+  ledger.entity("Child")->keptSum.emplace();
+  std::optional<Error> error;
+  EXPECT_FALSE(extendModel(ledger, Extending([](Model model) {
+                             model.entity("Child")->keptSum.reset();
+                             return model;
+                           }),
+                           &error));
+  EXPECT_THAT(error->localizedDescription(), HasSubstr("Child keeps its sum no more"));
 }
 
 }  // namespace
