@@ -19,7 +19,7 @@ namespace bokfolio {
 namespace {
 
 // 0.001 seconds.
-constexpr std::int64_t kDefaultsDelay = 1000;
+constexpr std::int64_t kDefaultsDelayMicroseconds = 1000;
 constexpr std::size_t kDependentTaxLength = 11;
 
 // The integer at the beginning of a number, 0 without one, plus one; within 32 bits.
@@ -79,7 +79,7 @@ void Article::awakeFromInsert() {
   Record::awakeFromInsert();
   setPrimitive(Slots::unit, std::nullopt);
   setPrimitive(Slots::vat, vatRateForCountry(environment().locale().countryCode()));
-  managedObjectContext().performAfterDelay(*this, kDefaultsDelay, [](Record& record) {
+  managedObjectContext().performAfterDelay(*this, kDefaultsDelayMicroseconds, [](Record& record) {
     static_cast<Article&>(record).setPropertiesFromLatestArticle();
   });
 }

@@ -13,7 +13,7 @@ namespace bokfolio {
 namespace {
 
 // 0.01 seconds.
-constexpr std::int64_t kDefaultsDelay = 10'000;
+constexpr std::int64_t kDefaultsDelayMicroseconds = 10'000;
 
 // By number.
 enum class Picture { Open = 1, Overdue = 2, Paid = 3 };
@@ -64,7 +64,7 @@ EntityDescription SupplierInvoice::table() {
 
 void SupplierInvoice::awakeFromInsert() {
   Record::awakeFromInsert();
-  managedObjectContext().performAfterDelay(*this, kDefaultsDelay, [](Record& record) {
+  managedObjectContext().performAfterDelay(*this, kDefaultsDelayMicroseconds, [](Record& record) {
     static_cast<SupplierInvoice&>(record).setPropertiesFromLatestInvoice();
   });
 }
