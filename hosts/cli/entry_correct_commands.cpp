@@ -38,7 +38,12 @@ void strike(const Entry& entry, const std::vector<std::int64_t>& places) {
       throw Failure(ExitStatus::Refused, "row " + std::to_string(place) + " is struck already",
                     "'bokfolio entry show' marks the struck rows");
     }
-    row->remove();
+    // What was never filed leaves no trail, and filing would take a struck row for one that counts.
+    if (entry.number()) {
+      row->remove();
+    } else {
+      row->deleteWithoutPardon();
+    }
   }
 }
 
@@ -112,13 +117,16 @@ void edit(Host& host, const CorrectOptions& options) {
 using Shared = std::shared_ptr<CorrectOptions>;
 
 void addEntryOptions(CLI::App* command, const Shared& options) {
-  command->add_option("entry", options->number, "Number of the entry")->required();
+  command
+      ->add_option("entry", options->number,
+                   "Number of the entry; u1 is the first that waits to be filed")
+      ->required();
   command->add_option("-y,--year", options->year, "Fiscal year (default: the latest with entries)")
       ->type_name("YEAR");
 }
 
 void addEdit(CLI::App& group, Host& host, const Shared& options) {
-  CLI::App* command = group.add_subcommand("edit", "Correct a filed entry, leaving the trail");
+  CLI::App* command = group.add_subcommand("edit", "Correct an entry, leaving the trail");
   addEntryOptions(command, options);
   command
       ->add_option("rows", options->rows,
@@ -144,7 +152,7 @@ void addEntryCorrections(CLI::App& entry, Host& host) {
   const auto options = std::make_shared<CorrectOptions>();
   addEdit(entry, host, options);
 
-  CLI::App* strikeRows = entry.add_subcommand("strike", "Strike rows of a filed entry");
+  CLI::App* strikeRows = entry.add_subcommand("strike", "Strike rows of an entry");
   addEntryOptions(strikeRows, options);
   strikeRows->add_option("rows", options->struck, "Numbers of the rows to strike")
       ->required()
@@ -152,7 +160,7 @@ void addEntryCorrections(CLI::App& entry, Host& host) {
   strikeRows->footer("The entry must balance afterwards; striking all its rows voids it.");
   onRun(strikeRows, host, [options](Host& h) { correct(h, *options); });
 
-  CLI::App* attach = entry.add_subcommand("attach", "Attach a receipt to a filed entry");
+  CLI::App* attach = entry.add_subcommand("attach", "Attach a receipt to an entry");
   addEntryOptions(attach, options);
   attach->add_option("file", options->receipt, "PDF, TIFF, PNG, JPEG...; replaces the present one")
       ->required()

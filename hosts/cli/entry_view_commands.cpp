@@ -34,8 +34,7 @@ std::string marksOf(Host& host, const Entry& entry) {
 
 std::vector<Entry*> listedEntries(const Session& session, const ViewOptions& options) {
   if (options.unfiled) {
-    return session.context().fetch<Entry>(Predicate("number == nil AND fiscalYear == nil"),
-                                          std::vector{SortDescriptor("date")});
+    return unfiledEntries(session);
   }
   FiscalYear* year = yearOf(session, options.selection);
   auto entries = selectEntries(session, year, options.selection);
@@ -59,8 +58,11 @@ void listEntries(Host& host, const ViewOptions& options) {
                  {host.text("Text")},
                  {host.text("Amount"), Table::Align::Right},
                  {host.text("Note")}});
+    std::size_t place = 0;
     for (const Entry* entry : entries) {
-      table.addRow({entry->number() ? std::to_string(*entry->number()) : "",
+      ++place;
+      table.addRow({options.unfiled ? "u" + std::to_string(place)
+                                    : std::to_string(entry->number().value_or(0)),
                     host.day(entry->date()), entry->name().value_or(""),
                     host.amount(turnover(*entry)), marksOf(host, *entry)});
     }
@@ -101,7 +103,9 @@ void addEntryViews(CLI::App& entry, Host& host) {
   onRun(list, host, [options](Host& h) { listEntries(h, *options); });
 
   CLI::App* show = entry.add_subcommand("show", "Show one entry with all its rows");
-  show->add_option("entry", options->number, "Its number, or new")->required();
+  show->add_option("entry", options->number,
+                   "Its number, new, or u1 for the first that waits to be filed")
+      ->required();
   show->add_option("-y,--year", options->selection.year,
                    "Fiscal year (default: the latest with entries)")
       ->type_name("YEAR");

@@ -91,16 +91,39 @@ FiscalYear* yearHolding(const Session& session, CivilDate day) {
   return FiscalYear::findFiscalYearForDate(session.host().noonOf(day), session.context());
 }
 
+std::vector<Entry*> unfiledEntries(const Session& session) {
+  auto entries = session.context().fetch<Entry>(Predicate("number == nil AND fiscalYear == nil"));
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const Entry* a, const Entry* b) { return a->day() < b->day(); });
+  return entries;
+}
+
+namespace {
+
+Entry* findUnfiled(const Session& session, std::int64_t place) {
+  const std::vector<Entry*> entries = unfiledEntries(session);
+  if (place >= 1 && static_cast<std::size_t>(place) <= entries.size()) {
+    return entries[static_cast<std::size_t>(place) - 1];
+  }
+  throw Failure(ExitStatus::Refused, "no entry u" + std::to_string(place) + " waits to be filed",
+                "'bokfolio entry list --unfiled' shows those that do");
+}
+
+}  // namespace
+
 Entry* findEntry(const Session& session, FiscalYear* year, const std::string& text) {
   Context& context = session.context();
   if (text == "new") {
     if (auto* entry = context.fetchFirst<Entry>(Entry::onlyNewEntries())) return entry;
     throw Failure(ExitStatus::Refused, "there is no new entry", "compose one with 'entry add'");
   }
+  if (text.size() > 1 && text[0] == 'u') {
+    if (const auto place = numberFromText(text.substr(1))) return findUnfiled(session, *place);
+  }
   const auto number = numberFromText(text);
   if (!number) {
     throw Failure(ExitStatus::Usage, "\"" + text + "\" is no number of an entry",
-                  "write a number such as 12, or new");
+                  "write a number such as 12, new, or u1 for one that waits to be filed");
   }
   auto* entry = context.fetchFirst<Entry>(
       Predicate("fiscalYear == %@ AND number == %@", {Value(year), Value(*number)}));

@@ -28,7 +28,10 @@ FiscalYear* findYearInUse(const Session& session, const std::string& text);
 FiscalYear* yearHolding(const Session& session, CivilDate day);
 // All years, earliest first.
 std::vector<FiscalYear*> allYears(const Session& session);
-// A filed entry of the year by its number, or the new entry by "new".
+// The entries that wait to be filed, by date and as they were made.
+std::vector<Entry*> unfiledEntries(const Session& session);
+// A filed entry of the year by its number, the new entry by "new", or the first that waits to be
+// filed by "u1", the next by "u2"...
 Entry* findEntry(const Session& session, FiscalYear* year, const std::string& text);
 // The new entry; a document that has none gets one.
 Entry* newEntry(const Session& session);
