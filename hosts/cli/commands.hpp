@@ -29,6 +29,7 @@ void addResultCommand(CLI::App& app, Host& host);
 void addBookCommands(CLI::App& app, Host& host);
 void addCompanyCommands(CLI::App& app, Host& host);
 void addRatesCommand(CLI::App& app, Host& host);
+void addArticleCommands(CLI::App& app, Host& host);
 void addCheckCommand(CLI::App& app, Host& host);
 void addAddressCommand(CLI::App& app, Host& host);
 
