@@ -171,6 +171,7 @@ void build(CLI::App& app, Host& host) {
   addBalanceCommand(app, host);
   addResultCommand(app, host);
   addJournalCommand(app, host);
+  addInvoiceCommands(app, host);
   addArticleCommands(app, host);
   addAccountCommands(app, host);
   addTagCommands(app, host);

@@ -30,6 +30,7 @@ void addBookCommands(CLI::App& app, Host& host);
 void addCompanyCommands(CLI::App& app, Host& host);
 void addRatesCommand(CLI::App& app, Host& host);
 void addArticleCommands(CLI::App& app, Host& host);
+void addInvoiceCommands(CLI::App& app, Host& host);
 void addCheckCommand(CLI::App& app, Host& host);
 void addAddressCommand(CLI::App& app, Host& host);
 
