@@ -82,6 +82,8 @@ void addInvoiceCommands(CLI::App& app, Host& host) {
   addInvoiceComposing(*group, host);
   addInvoiceLines(*group, host);
   addViews(*group, host);
+  addInvoiceLife(*group, host);
+  addInvoiceFiling(*group, host);
 }
 
 }  // namespace bokfolio::cli
