@@ -109,3 +109,4 @@ run check
 
 printf '\nThe document lies in %s\n' "$document"
 printf 'Go on with:  %s -d %s --help\n' "$bokfolio" "$document"
+sh hosts/cli/demo_invoices.sh "$build"
