@@ -115,7 +115,9 @@ void printHead(Host& host, const Invoice& invoice) {
   addField(table, host.text("Our reference"), invoice.ourRef());
   addField(table, host.text("Your order"), invoice.purchaseOrderNo());
   addField(table, host.text("Delivery"), invoice.deliveryMethod());
-  addField(table, host.text("To be paid by"), termsOf(host, invoice));
+  const bool due = invoice.dueDate().has_value();
+  addField(table, due ? host.text("To be paid by") : host.text("Payment term"),
+           termsOf(host, invoice));
   addField(table, host.text("Note"), invoice.note());
   host.print(table);
 }

@@ -166,7 +166,7 @@ TEST_F(CliInvoice, IsPrintedAsTheCustomerReadsIt) {
       "Storgatan 1",
       "Finland",
       "Your order      47",
-      "To be paid by   20 days",
+      "Payment term    20 days",
       "1  Table                       1  pcs   8 000,00  25 %           8 000,00",
       "2  Course                      2           450,10  12 %  12,5 %    787,68",
       "Sum of the lines                                              8 787,68",
