@@ -177,6 +177,7 @@ void build(CLI::App& app, Host& host) {
   addTagCommands(app, host);
   addYearCommands(app, host);
   addOpeningCommands(app, host);
+  addSupplierCommands(app, host);
   addBookCommands(app, host);
   addCompanyCommands(app, host);
   addRatesCommand(app, host);

@@ -21,6 +21,7 @@ void addAccountCommands(CLI::App& app, Host& host);
 void addTagCommands(CLI::App& app, Host& host);
 void addYearCommands(CLI::App& app, Host& host);
 void addOpeningCommands(CLI::App& app, Host& host);
+void addSupplierCommands(CLI::App& app, Host& host);
 void addImportCommand(CLI::App& app, Host& host);
 void addEntryCommands(CLI::App& app, Host& host);
 void addBalanceCommand(CLI::App& app, Host& host);

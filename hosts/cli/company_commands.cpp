@@ -44,12 +44,6 @@ struct CompanyOptions {
   std::string creditText;
 };
 
-std::optional<std::string> textUnder(const Company& company, const char* key) {
-  const Value value = company.valueForKey(key);
-  const std::string* text = value.string();
-  return text != nullptr ? std::optional(*text) : std::nullopt;
-}
-
 std::vector<CreditDetails*> creditTexts(const Session& session) {
   return session.context().fetch<CreditDetails>(std::nullopt,
                                                 std::vector{SortDescriptor("language")});
@@ -102,15 +96,6 @@ void showCompany(Host& host, const CompanyOptions& options) {
     if (host.json()) return host.print(companyJson(session));
     printCompany(session);
   });
-}
-
-void checkCountry(const std::string& code) {
-  const bool letters = std::all_of(code.begin(), code.end(), [](char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-  });
-  if (code.empty() || (letters && code.size() == 2)) return;
-  throw Failure(ExitStatus::Usage, "\"" + code + "\" is no country",
-                "name it by its two letters, such as SE");
 }
 
 void setCompany(Host& host, const CompanyOptions& options) {

@@ -37,15 +37,6 @@ void describe(Session& session, Entry* entry, const ComposeOptions& options) {
   if (options.comment) entry->setComments(*options.comment);
 }
 
-// Files the new entry and provides the next one. Answers the entries filed, it last.
-std::vector<Entry*> fileEntry(Session& session, Entry* entry) {
-  std::optional<Error> error;
-  const auto filed = findBook(session)->fileTheNewEntry(&error);
-  if (!filed) throw refusalOf(session.host(), *entry, error);
-  newEntry(session);
-  return *filed;
-}
-
 void confirmFiled(Host& host, const std::vector<Entry*>& filed) {
   Json list = Json::array();
   for (const Entry* entry : filed) {
@@ -65,15 +56,6 @@ void confirmComposed(Host& host, const Entry& entry) {
       "The new entry holds " + std::to_string(rows) + " row" + (rows == 1 ? "" : "s");
   sentence += difference.isZero() ? " and balances" : ", off zero by " + host.amount(difference);
   host.confirm(sentence + "; 'bokfolio entry file' files it", entryJson(host, entry));
-}
-
-void refuseUnfinished(const Entry& entry) {
-  const std::size_t rows = entry.rows().count();
-  if (rows == 0) return;
-  throw Failure(ExitStatus::Refused,
-                "the new entry holds " + std::to_string(rows) + " unfiled rows",
-                "file them with 'entry file', drop them with 'entry discard', or add rows with "
-                "--no-file");
 }
 
 void addEntry(Host& host, const ComposeOptions& options) {
@@ -100,7 +82,7 @@ void addEntry(Host& host, const ComposeOptions& options) {
     }
     addRows(session, entry, rows, RowStatus::Editable);
     if (receipt) attachReceipt(entry, *receipt);
-    if (!options.noFile) filed = fileEntry(session, entry);
+    if (!options.noFile) filed = fileNewEntry(session, entry);
   });
   if (options.noFile) return confirmComposed(host, *entry);
   confirmFiled(host, filed);
@@ -112,7 +94,7 @@ void fileNew(Host& host, const ComposeOptions& options) {
   session.change([&] {
     Entry* entry = findEntry(session, nullptr, "new");
     describe(session, entry, options);
-    filed = fileEntry(session, entry);
+    filed = fileNewEntry(session, entry);
   });
   confirmFiled(host, filed);
 }

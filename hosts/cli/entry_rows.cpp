@@ -2,6 +2,7 @@
 
 #include "bokfolio/platform/image.hpp"
 #include "failure.hpp"
+#include "settings.hpp"
 
 namespace bokfolio::cli {
 
@@ -64,6 +65,23 @@ Failure refusalOf(Host& host, const Entry& entry, const std::optional<Error>& er
                      ? "credit exceeds debit by " + host.amount(difference.negated())
                      : "debit exceeds credit by " + host.amount(difference));
   return failure;
+}
+
+void refuseUnfinished(const Entry& entry) {
+  const std::size_t rows = entry.rows().count();
+  if (rows == 0) return;
+  throw Failure(ExitStatus::Refused,
+                "the new entry holds " + std::to_string(rows) + " unfiled rows",
+                "file them with 'entry file', drop them with 'entry discard', or add rows with "
+                "--no-file");
+}
+
+std::vector<Entry*> fileNewEntry(const Session& session, Entry* entry) {
+  std::optional<Error> error;
+  const auto filed = findBook(session)->fileTheNewEntry(&error);
+  if (!filed) throw refusalOf(session.host(), *entry, error);
+  newEntry(session);
+  return *filed;
 }
 
 Image readPicture(const std::string& path) {

@@ -1,4 +1,5 @@
-// Rows and receipts put onto entries: what composing and correcting have in common.
+// Rows and receipts put onto entries, and the filing of the new one: what composing, correcting and
+// the bookings of bills have in common.
 #pragma once
 
 #include <string>
@@ -22,6 +23,12 @@ void addRows(const Session& session, Entry* entry, const std::vector<RowText>& r
 Decimal imbalance(const Entry& entry);
 // The failure that an entry's refusal means, with the difference when it is one of balance.
 Failure refusalOf(Host& host, const Entry& entry, const std::optional<Error>& error);
+
+// Failure when somebody composes on the new entry.
+void refuseUnfinished(const Entry& entry);
+// Files the new entry, which stands in the way of no later one: the next is provided. Answers the
+// entries filed, it last.
+std::vector<Entry*> fileNewEntry(const Session& session, Entry* entry);
 
 // A picture or PDF read and decoded; and put onto the entry.
 Image readPicture(const std::string& path);

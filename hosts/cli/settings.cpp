@@ -1,5 +1,7 @@
 #include "settings.hpp"
 
+#include <algorithm>
+
 #include "failure.hpp"
 
 namespace bokfolio::cli {
@@ -19,6 +21,21 @@ Company* findCompany(const Session& session) {
 void setChecked(Record* record, std::string_view key, const Value& value) {
   std::optional<Error> error;
   if (!record->setValidated(key, value, &error)) throw failureOf(error);
+}
+
+std::optional<std::string> textUnder(const Record& record, std::string_view key) {
+  const Value value = record.valueForKey(key);
+  const std::string* text = value.string();
+  return text != nullptr ? std::optional(*text) : std::nullopt;
+}
+
+void checkCountry(const std::string& code) {
+  const bool letters = std::all_of(code.begin(), code.end(), [](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+  });
+  if (code.empty() || (letters && code.size() == 2)) return;
+  throw Failure(ExitStatus::Usage, "\"" + code + "\" is no country",
+                "name it by its two letters, such as SE");
 }
 
 Value textOrNil(const std::string& text) { return text.empty() ? Value() : Value(text); }

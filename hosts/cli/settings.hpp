@@ -1,5 +1,5 @@
-// Settings: what `book` and `company` have in common. Both show one record as a form, change single
-// settings by option, and leave all others as they are.
+// Settings: what `book`, `company` and `supplier` have in common. They show one record as a form,
+// change single settings by option, and leave all others as they are.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -41,6 +41,10 @@ void addSettingOptions(CLI::App* command, const Setting (&settings)[N], GivenTex
 
 // Runs the record's rules on the value and keeps what they leave; their refusal as Failure.
 void setChecked(Record* record, std::string_view key, const Value& value);
+// The text that a record keeps under a key.
+std::optional<std::string> textUnder(const Record& record, std::string_view key);
+// Failure unless it is two letters, or "" for none.
+void checkCountry(const std::string& code);
 // nil for "", for settings that can be cleared.
 Value textOrNil(const std::string& text);
 
