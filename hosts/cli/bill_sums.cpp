@@ -37,7 +37,7 @@ std::vector<Decimal> divided(const Decimal& total, const std::vector<Decimal>& e
   return parts;
 }
 
-// The lines of one rate, by their places on the bill.
+// The lines of one rate, by their places on the bill, and their exact amounts.
 struct Group {
   std::vector<std::size_t> places;
   std::vector<Decimal> nets;
@@ -45,25 +45,37 @@ struct Group {
 };
 using Groups = std::map<Decimal, Group>;
 
-Groups groupsOf(const SupplierInvoice& bill, const Decimal& rate) {
+Groups groupsOf(const SupplierInvoice& bill, const std::vector<BillSums::Line>& exact) {
   Groups groups;
   std::size_t place = 0;
   for (const SupplierInvoiceLine* line : linesOf(bill)) {
-    const Decimal percent = orZero(line->vat());
-    const Decimal net = orZero(line->amount()) * rate;
-    Group& group = groups[percent];
-    group.places.push_back(place++);
-    group.nets.push_back(net);
-    group.vats.push_back((net * percent).scaledByPowerOf10(-2));
+    Group& group = groups[orZero(line->vat())];
+    group.places.push_back(place);
+    group.nets.push_back(exact[place].net);
+    group.vats.push_back(exact[place].vat);
+    ++place;
   }
   return groups;
 }
 
-void divideGroup(BillSums& sums, const Group& group, const BillSums::Rate& rate) {
-  const std::vector<Decimal> nets = divided(rate.base, group.nets);
-  const std::vector<Decimal> vats = divided(rate.vat, group.vats);
-  for (std::size_t at = 0; at < group.places.size(); ++at) {
-    sums.lines[group.places[at]] = {nets[at], vats[at]};
+// Net and VAT of the whole divided among the rates, and those of each rate among its lines.
+void divide(BillSums& sums, const Groups& groups) {
+  std::vector<Decimal> bases;
+  std::vector<Decimal> vats;
+  for (const auto& [percent, group] : groups) {
+    bases.push_back(sumOf(group.nets));
+    vats.push_back(sumOf(group.vats));
+  }
+  bases = divided(sums.net, bases);
+  vats = divided(sums.vat, vats);
+  for (const auto& [percent, group] : groups) {
+    const std::size_t rate = sums.rates.size();
+    sums.rates.push_back({percent, bases[rate], vats[rate]});
+    const std::vector<Decimal> lineNets = divided(bases[rate], group.nets);
+    const std::vector<Decimal> lineVats = divided(vats[rate], group.vats);
+    for (std::size_t at = 0; at < group.places.size(); ++at) {
+      sums.lines[group.places[at]] = {lineNets[at], lineVats[at]};
+    }
   }
 }
 
@@ -75,27 +87,29 @@ std::vector<SupplierInvoiceLine*> linesOf(const SupplierInvoice& bill) {
   return lines;
 }
 
-BillSums BillSums::of(const SupplierInvoice& bill, const Decimal& rate) {
-  const Groups groups = groupsOf(bill, rate);
-  std::vector<Decimal> bases;
-  std::vector<Decimal> vats;
-  for (const auto& [percent, group] : groups) {
-    bases.push_back(sumOf(group.nets));
-    vats.push_back(sumOf(group.vats));
-  }
+BillSums BillSums::of(const SupplierInvoice& bill) {
   BillSums sums;
-  sums.net = hundredths(sumOf(bases));
-  sums.vat = hundredths(sumOf(vats));
-  sums.total = sums.net + sums.vat;
-  sums.lines.resize(bill.lines().count());
-  bases = divided(sums.net, bases);
-  vats = divided(sums.vat, vats);
-  std::size_t at = 0;
-  for (const auto& [percent, group] : groups) {
-    sums.rates.push_back({percent, bases[at], vats[at]});
-    divideGroup(sums, group, sums.rates.back());
-    ++at;
+  for (const SupplierInvoiceLine* line : linesOf(bill)) {
+    const Decimal net = orZero(line->amount());
+    sums.lines.push_back({net, (net * orZero(line->vat())).scaledByPowerOf10(-2)});
+    sums.net += sums.lines.back().net;
+    sums.vat += sums.lines.back().vat;
   }
+  sums.net = hundredths(sums.net);
+  sums.vat = hundredths(sums.vat);
+  sums.total = sums.net + sums.vat;
+  divide(sums, groupsOf(bill, sums.lines));
+  return sums;
+}
+
+BillSums BillSums::at(const SupplierInvoice& bill, const Decimal& rate) {
+  const BillSums written = of(bill);
+  BillSums sums;
+  for (const Line& line : written.lines) sums.lines.push_back({line.net * rate, line.vat * rate});
+  sums.total = hundredths(written.total * rate);
+  sums.vat = hundredths(written.vat * rate);
+  sums.net = sums.total - sums.vat;
+  divide(sums, groupsOf(bill, sums.lines));
   return sums;
 }
 

@@ -28,9 +28,11 @@ struct BillSums {
   Decimal vat;
   Decimal total;
 
-  // In the bill's currency, or times what one of it is in another. Net and VAT are the rounded
-  // exact sums; a rate of 0 never gets any VAT.
-  static BillSums of(const SupplierInvoice& bill, const Decimal& rate = Decimal(1));
+  // In the bill's currency. Net and VAT are the rounded exact sums; a rate of 0 never gets VAT.
+  static BillSums of(const SupplierInvoice& bill);
+  // In another currency, `rate` of which are one of the bill's: total and VAT are those of the bill
+  // as it is shown, converted.
+  static BillSums at(const SupplierInvoice& bill, const Decimal& rate);
 };
 
 // The bill's lines as they were made.

@@ -104,6 +104,8 @@ run journal
 run result --to 2026-01-15
 run year list
 
+. hosts/cli/demo_suppliers.sh
+
 say "Every rule looked after, in both years"
 run check
 

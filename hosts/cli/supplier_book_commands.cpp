@@ -126,7 +126,7 @@ std::vector<Entry*> book(const Session& session, SupplierInvoice* bill,
     bill->setCreditAccount(findAccount(session, options.credit));
   }
   refuseUnbookable(*bill);
-  const BillSums sums = BillSums::of(*bill, rateOf(session, *bill, options.rate));
+  const BillSums sums = BillSums::at(*bill, rateOf(session, *bill, options.rate));
   const Date billed = bill->date().value_or(session.environment().now());
   const CivilDate day =
       dayOr(session, options.date, civilDate(billed, session.environment().timeZone()));

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "bokfolio/platform/decimal.hpp"
 #include "tests/hosts/cli/desk.hpp"
 
 namespace bokfolio::test {
@@ -86,6 +87,44 @@ TEST_F(CliSupplier, RatesOfVatAndACreditedLineAreBookedToABalancedEntry) {
   refused("supplier line 4711 More 4010:5 --vat 0", 1, "is booked; its lines stay");
 }
 
+Decimal amountOf(const Json& text) { return *Decimal::parse(text.get<std::string>()); }
+
+TEST_F(CliSupplier, AmountsBelowTheHundredthAddUpAndLeaveNoEmptyRow) {
+  desk.ok("supplier add Oak 8 --credit 2440 --currency EUR");
+  const char* lines[] = {"4010:0.01 --vat 25",   "4010:0.01",          "4010:0.01",
+                         "4020:0.33 --vat 12",   "4020:-0.07 --vat 6", "4020:0.333 --vat 12",
+                         "4010:-0.004 --vat 25", "4020:7.005 --vat 0"};
+  for (const std::string line : lines) {
+    desk.ok("supplier line 8 Screws " + line + " --vat-account 2641");
+  }
+  for (const std::string rate : {"1", "0.0897", "11.4217"}) {
+    const Json booked = desk.json("supplier book 8 --rate " + rate);
+    const Json& sums = booked["bill"]["sums"];
+    Decimal base, vat, debt;
+    for (const Json& part : sums["rates"]) {
+      base += amountOf(part["base"]);
+      vat += amountOf(part["vat"]);
+      if (part["percent"] == "0") EXPECT_EQ(part["vat"], "0");
+    }
+    EXPECT_EQ(base, amountOf(sums["net"]));
+    EXPECT_EQ(vat, amountOf(sums["vat"]));
+    EXPECT_EQ(base + vat, amountOf(sums["total"]));
+    std::string strikes;
+    for (const Json& row : booked["filed"][0]["rows"]) {
+      const Decimal net = amountOf(row["debit"]) - amountOf(row["credit"]);
+      EXPECT_FALSE(net.isZero()) << row;
+      EXPECT_EQ(net, net.rounded(2, Rounding::Plain)) << row;
+      if (row["account"] == 2440) debt -= net;
+      strikes += " " + row["row"].dump();
+    }
+    EXPECT_EQ(debt, (amountOf(sums["total"]) * *Decimal::parse(rate)).rounded(2, Rounding::Plain));
+    // Struck whole, the bill can be booked anew.
+    desk.ok("entry strike " + booked["filed"][0]["number"].dump() + strikes);
+    EXPECT_EQ(desk.json("supplier show 8")["booked"], false);
+  }
+  EXPECT_TRUE(desk.json("check")["sound"]);
+}
+
 TEST_F(CliSupplier, PaymentsTakeOffWhatTheEntriesOwe) {
   desk.ok("supplier add Oak 1 --credit 2440");
   desk.ok("supplier line 1 Boards 4010:1000 --vat 25 --vat-account 2641");
@@ -139,18 +178,18 @@ TEST_F(CliSupplier, AnotherCurrencyIsBookedAtARateAndTheRestIsTheRates) {
   for (const std::string bill : bills) {
     const Json booked = desk.json("supplier book " + bill + " --rate 11.4217");
     EXPECT_THAT(rowsOf(booked["filed"][0]),
-                ElementsAre("1: 4010 380.69 0", "2: 2641 95.17 0", "3: 4010 380.8 0",
-                            "4: 2641 95.2 0", "5: 2440 0 951.86"));
+                ElementsAre("1: 4010 380.68 0", "2: 2641 95.14 0", "3: 4010 380.8 0",
+                            "4: 2641 95.26 0", "5: 2440 0 951.88"));
     EXPECT_EQ(booked["bill"]["sums"]["total"], "83.34");
   }
   refused("supplier pay E1 --from 1930 --amount 960", 1, "add --in-full");
   refused("supplier pay E1 --from 1930 --amount 960 --in-full", 1, "no account of exchange losses");
   desk.ok("book set --gains 3960 --losses 7960");
   EXPECT_THAT(rowsOf(desk.json("supplier pay E1 --from 1930 --amount 960 --in-full")["filed"][0]),
-              ElementsAre("1: 2440 951.86 0", "2: 1930 0 960", "3: 7960 8.14 0"));
+              ElementsAre("1: 2440 951.88 0", "2: 1930 0 960", "3: 7960 8.12 0"));
   const Json gained = desk.json("supplier pay E2 --from 1930 --amount 950 --in-full");
   EXPECT_THAT(rowsOf(gained["filed"][0]),
-              ElementsAre("1: 2440 951.86 0", "2: 1930 0 950", "3: 3960 0 1.86"));
+              ElementsAre("1: 2440 951.88 0", "2: 1930 0 950", "3: 3960 0 1.88"));
   EXPECT_EQ(gained["bill"]["state"], "paid");
   desk.ok("supplier add Oak 9 --currency SEK");
   desk.ok("supplier line 9 Boards 4010:5 --vat 0");
@@ -169,7 +208,8 @@ TEST_F(CliSupplier, WhatFailsLeavesTheDocumentAsItWas) {
   desk.ok("supplier line 5 Boards 4010:100 --vat 0");
   refused("supplier line 5 --remove 2", 1, "has no line 2");
   // The rows are made, the debt is credited, and then there is no year for them.
-  refused("supplier book 5 --credit 2440", 1, "No fiscal year; add one with");
+  refused("supplier book 5 --credit 2440", 1,
+          "There is no fiscal year for the date of the entry; add one");
   EXPECT_EQ(desk.json("supplier show 5")["creditAccount"], nullptr);
   desk.ok("entry add --no-file 4010:1");
   refused("supplier book 5 --credit 2440 --date 2025-01-02", 1, "the new entry holds 1 unfiled");
