@@ -88,7 +88,8 @@ void printHead(const Session& session, const SupplierInvoice& bill) {
       add(setting.label, textUnder(bill, key).value_or(""));
     }
   }
-  add("Bill", bill.number().value_or("") + " (" + placeOf(session, bill) + ")");
+  const std::string place = placeOf(session, bill);
+  add("Bill", bill.number() ? *bill.number() + " (" + place + ")" : place);
   add("Date", host.day(bill.date()));
   add("Due", host.day(bill.dueDate()));
   add("Currency", bill.currency().value_or(""));
