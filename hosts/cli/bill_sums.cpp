@@ -1,10 +1,10 @@
 #include "bill_sums.hpp"
 
-#include <algorithm>
 #include <map>
 #include <numeric>
 
 #include "bokfolio/model/supplier/supplier_invoice_line.hpp"
+#include "invoice_sums.hpp"
 
 namespace bokfolio::cli {
 
@@ -12,29 +12,8 @@ namespace {
 
 Decimal orZero(const std::optional<Decimal>& amount) { return amount.value_or(Decimal()); }
 
-Decimal hundredths(const Decimal& amount) { return amount.rounded(2, Rounding::Plain); }
-
 Decimal sumOf(const std::vector<Decimal>& amounts) {
   return std::accumulate(amounts.begin(), amounts.end(), Decimal());
-}
-
-// The amounts in hundredths that come to the total. What rounding left over goes, a hundredth
-// each, to those that it changed most the other way.
-std::vector<Decimal> divided(const Decimal& total, const std::vector<Decimal>& exact) {
-  std::vector<Decimal> parts;
-  for (const Decimal& amount : exact) parts.push_back(hundredths(amount));
-  Decimal missing = total - sumOf(parts);
-  const Decimal step = Decimal(missing.isNegative() ? -1 : 1).scaledByPowerOf10(-2);
-  std::vector<std::size_t> order(exact.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-    return (exact[a] - parts[a]) * step > (exact[b] - parts[b]) * step;
-  });
-  for (std::size_t at = 0; at < order.size() && !missing.isZero(); ++at) {
-    parts[order[at]] += step;
-    missing -= step;
-  }
-  return parts;
 }
 
 // The lines of one rate, by their places on the bill, and their exact amounts.
@@ -66,13 +45,13 @@ void divide(BillSums& sums, const Groups& groups) {
     bases.push_back(sumOf(group.nets));
     vats.push_back(sumOf(group.vats));
   }
-  bases = divided(sums.net, bases);
-  vats = divided(sums.vat, vats);
+  bases = apportioned(bases, sums.net);
+  vats = apportioned(vats, sums.vat);
   for (const auto& [percent, group] : groups) {
     const std::size_t rate = sums.rates.size();
     sums.rates.push_back({percent, bases[rate], vats[rate]});
-    const std::vector<Decimal> lineNets = divided(bases[rate], group.nets);
-    const std::vector<Decimal> lineVats = divided(vats[rate], group.vats);
+    const std::vector<Decimal> lineNets = apportioned(group.nets, bases[rate]);
+    const std::vector<Decimal> lineVats = apportioned(group.vats, vats[rate]);
     for (std::size_t at = 0; at < group.places.size(); ++at) {
       sums.lines[group.places[at]] = {lineNets[at], lineVats[at]};
     }
@@ -95,8 +74,8 @@ BillSums BillSums::of(const SupplierInvoice& bill) {
     sums.net += sums.lines.back().net;
     sums.vat += sums.lines.back().vat;
   }
-  sums.net = hundredths(sums.net);
-  sums.vat = hundredths(sums.vat);
+  sums.net = toHundredths(sums.net);
+  sums.vat = toHundredths(sums.vat);
   sums.total = sums.net + sums.vat;
   divide(sums, groupsOf(bill, sums.lines));
   return sums;
@@ -106,8 +85,8 @@ BillSums BillSums::at(const SupplierInvoice& bill, const Decimal& rate) {
   const BillSums written = of(bill);
   BillSums sums;
   for (const Line& line : written.lines) sums.lines.push_back({line.net * rate, line.vat * rate});
-  sums.total = hundredths(written.total * rate);
-  sums.vat = hundredths(written.vat * rate);
+  sums.total = toHundredths(written.total * rate);
+  sums.vat = toHundredths(written.vat * rate);
   sums.net = sums.total - sums.vat;
   divide(sums, groupsOf(bill, sums.lines));
   return sums;

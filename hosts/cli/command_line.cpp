@@ -173,11 +173,11 @@ void build(CLI::App& app, Host& host) {
   addJournalCommand(app, host);
   addInvoiceCommands(app, host);
   addArticleCommands(app, host);
+  addSupplierCommands(app, host);
   addAccountCommands(app, host);
   addTagCommands(app, host);
   addYearCommands(app, host);
   addOpeningCommands(app, host);
-  addSupplierCommands(app, host);
   addBookCommands(app, host);
   addCompanyCommands(app, host);
   addRatesCommand(app, host);

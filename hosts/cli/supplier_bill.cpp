@@ -80,9 +80,4 @@ std::optional<Decimal> owedOn(const Session& session, const SupplierInvoice& bil
   return net.negated();
 }
 
-std::string moneyText(Host& host, const Decimal& amount,
-                      const std::optional<std::string>& currency) {
-  return host.amount(amount) + (currency ? " " + *currency : "");
-}
-
 }  // namespace bokfolio::cli

@@ -35,8 +35,4 @@ bool isBooked(const SupplierInvoice& bill);
 // owes. Of a bill not booked its total; nil when that is in another currency.
 std::optional<Decimal> owedOn(const Session& session, const SupplierInvoice& bill);
 
-// "1 250,00 SEK".
-std::string moneyText(Host& host, const Decimal& amount,
-                      const std::optional<std::string>& currency);
-
 }  // namespace bokfolio::cli

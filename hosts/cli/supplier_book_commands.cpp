@@ -9,6 +9,8 @@
 #include "entry_rows.hpp"
 #include "failure.hpp"
 #include "input.hpp"
+#include "invoice_steps.hpp"
+#include "invoice_sums.hpp"
 #include "ledger_output.hpp"
 #include "supplier_commands.hpp"
 #include "supplier_output.hpp"
@@ -149,32 +151,32 @@ void bookBill(Host& host, const BookingOptions& options) {
   const auto home = findBook(session)->currency();
   confirmBooking(session,
                  "Booked " + billTitle(*bill) + " as " + entryTitle(*filed.back()) + ", " +
-                     moneyText(host, bill->localAmount().value_or(Decimal()), home) +
+                     amountIn(host, bill->localAmount().value_or(Decimal()), home) +
                      (bill->dueDate() ? " due " + host.day(bill->dueDate()) : ""),
                  *bill, filed);
 }
 
 // A payment in the book's currency. `settled` is what it takes off the debt; the rest is what the
 // exchange rate did since the bill was booked.
-struct Payment {
+struct BillPayment {
   Decimal amount;
   Decimal settled;
 };
 
-Payment paymentOf(const Session& session, const SupplierInvoice& bill,
-                  const BookingOptions& options, const Decimal& owed) {
+BillPayment paymentOf(const Session& session, const SupplierInvoice& bill,
+                      const BookingOptions& options, const Decimal& owed) {
   if (options.amount.empty()) return {owed, owed};
   Host& host = session.host();
   const Decimal amount = amountFromText(options.amount, session.environment().locale());
   const bool foreign = isForeign(session, bill);
-  const std::string left = moneyText(host, owed, findBook(session)->currency()) +
-                           " is left to pay of " + billTitle(bill);
+  const std::string left =
+      amountIn(host, owed, findBook(session)->currency()) + " is left to pay of " + billTitle(bill);
   if (amount.sign() != owed.sign()) {
     throw Failure(ExitStatus::Usage, left + ", not " + host.amount(amount),
                   "what a supplier pays back has a minus, what is paid has none");
   }
   // Entries of other hosts may owe more digits than anybody pays.
-  if (amount == owed.rounded(2, Rounding::Plain)) return {owed, owed};
+  if (amount == toHundredths(owed)) return {owed, owed};
   if (options.inFull && foreign) return {amount, owed};
   if (options.inFull || amount.absolute() > owed.absolute()) {
     throw Failure(ExitStatus::Refused, left,
@@ -220,7 +222,7 @@ std::vector<Entry*> pay(const Session& session, SupplierInvoice* bill,
     throw Failure(ExitStatus::Usage, "that is the account of the debt itself",
                   "name the account that pays, such as --from 1930");
   }
-  const Payment payment = paymentOf(session, *bill, options, owed);
+  const BillPayment payment = paymentOf(session, *bill, options, owed);
   const Decimal difference = payment.amount - payment.settled;
   Entry* entry = entryFor(session, bill, dayOr(session, options.date, host.today()),
                           host.text("Paid supplier's bill"));
@@ -243,7 +245,7 @@ void payBill(Host& host, const BookingOptions& options) {
   const std::string sentence =
       bill->paidDate() ? "Paid " + billTitle(*bill) + " in full"
                        : "Paid a part of " + billTitle(*bill) + ", " +
-                             moneyText(host, left, findBook(session)->currency()) + " is left";
+                             amountIn(host, left, findBook(session)->currency()) + " is left";
   confirmBooking(session, sentence + ", " + entryTitle(*filed.back()), *bill, filed);
 }
 

@@ -7,6 +7,7 @@
 #include "commands.hpp"
 #include "failure.hpp"
 #include "input.hpp"
+#include "invoice_steps.hpp"
 #include "lookup.hpp"
 #include "selection.hpp"
 #include "supplier_commands.hpp"
@@ -181,7 +182,7 @@ void changeLines(Host& host, const LineOptions& options) {
   });
   host.confirm((adding ? "Added a line to " : "Removed a line from ") + billTitle(*bill) +
                    "; its total is now " +
-                   moneyText(host, BillSums::of(*bill).total, bill->currency()),
+                   amountIn(host, BillSums::of(*bill).total, bill->currency()),
                billJson(session, *bill, placeOf(session, *bill)));
 }
 

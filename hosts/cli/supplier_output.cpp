@@ -6,6 +6,7 @@
 #include "bokfolio/model/supplier/supplier_invoice_line.hpp"
 #include "bokfolio/platform/number_text.hpp"
 #include "bokfolio/platform/postal_address.hpp"
+#include "invoice_steps.hpp"
 #include "ledger_output.hpp"
 #include "lookup.hpp"
 
@@ -132,7 +133,7 @@ void printSums(Host& host, const SupplierInvoice& bill, const BillSums& sums) {
       {host.text("Sum"), host.amount(sums.net), host.amount(sums.vat), host.amount(sums.total)});
   host.print(table);
   host.printLine("");
-  host.printLine(host.text("Total") + ": " + moneyText(host, sums.total, bill.currency()));
+  host.printLine(host.text("Total") + ": " + amountIn(host, sums.total, bill.currency()));
 }
 
 }  // namespace
@@ -209,7 +210,7 @@ void printBill(const Session& session, const SupplierInvoice& bill) {
   printSums(host, bill, sums);
   if (const auto owed = owedOn(session, bill); owed && isBooked(bill)) {
     const auto currency = findBook(session)->currency();
-    host.printLine(host.text("Left to pay") + ": " + moneyText(host, *owed, currency));
+    host.printLine(host.text("Left to pay") + ": " + amountIn(host, *owed, currency));
   }
   for (const Entry* entry : bill.entries().members()) {
     host.printLine("");
