@@ -182,6 +182,7 @@ void build(CLI::App& app, Host& host) {
   addCompanyCommands(app, host);
   addRatesCommand(app, host);
   addCheckCommand(app, host);
+  addAddressCommand(app, host);
   addHelpCommand(app, host);
   app.footer(kFooter);
 }

@@ -55,7 +55,7 @@ TEST_F(Returning, ReversesTheSaleLessWhatWasPaid) {
     Invoice* made = sent(sale);
     ASSERT_NO_FATAL_FAILURE(payAll(made, paid));
     made->setDate(cetDate(2009, 3, 9));  // not the reversal's
-    book->setBookOnce(!once);  // the invoice's own way counts
+    book->setBookOnce(!once);            // the invoice's own way counts
     std::optional<Error> error;
     EXPECT_TRUE(end(made, how, &error));
     EXPECT_EQ(error, std::nullopt);
