@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 #include "bokfolio/model/invoicing/vat_rates.hpp"
 #include "bokfolio/model/ledger/account.hpp"
@@ -148,20 +149,14 @@ int Article::compare(const Article& other) const {
   return own < theirs ? -1 : 1;
 }
 
-bool Article::refuseNil(const std::optional<std::string>& proposed, ArticleError code,
-                        std::string_view textKey, ErrorOut error) const {
-  if (proposed) return true;
-  if (error != nullptr)
-    *error = Error(kBokfolioErrorDomain, static_cast<int>(code), environment().text(textKey));
-  return false;
-}
-
 bool Article::validateName(std::optional<std::string>& proposed, ErrorOut error) {
-  return refuseNil(proposed, ArticleError::NoName, "Each article requires a name.", error);
+  return proposed || internal::refuse(error, ArticleError::NoName, "Each article requires a name.",
+                                      environment());
 }
 
 bool Article::validateNumber(std::optional<std::string>& proposed, ErrorOut error) {
-  return refuseNil(proposed, ArticleError::NoNumber, "Each article requires a number.", error);
+  return proposed || internal::refuse(error, ArticleError::NoNumber,
+                                      "Each article requires a number.", environment());
 }
 
 }  // namespace bokfolio

@@ -105,10 +105,6 @@ class BOKFOLIO_EXPORT Article : public Record {
   // Hooks: nil is refused (ArticleError); every other value passes.
   bool validateName(std::optional<std::string>& proposed, ErrorOut error = nullptr);
   bool validateNumber(std::optional<std::string>& proposed, ErrorOut error = nullptr);
-
- private:
-  bool refuseNil(const std::optional<std::string>& proposed, ArticleError code,
-                 std::string_view textKey, ErrorOut error) const;
 };
 
 }  // namespace bokfolio

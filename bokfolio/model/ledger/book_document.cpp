@@ -1,10 +1,11 @@
 // What the book does for the document as a whole: its first records, its defaults, filing, and
 // finding the host's document.
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/ledger/book.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
 #include "bokfolio/model/ledger/host_document.hpp"
-#include "bokfolio/model/ledger/internal/refusal.hpp"
+#include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/store/context.hpp"
 
 namespace bokfolio {

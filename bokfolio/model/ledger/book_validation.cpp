@@ -1,7 +1,8 @@
 // The book's two guarded settings.
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/ledger/book.hpp"
 #include "bokfolio/model/ledger/internal/failed_fetch.hpp"
-#include "bokfolio/model/ledger/internal/refusal.hpp"
+#include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/store/context.hpp"
 
 namespace bokfolio {

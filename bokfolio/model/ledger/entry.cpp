@@ -2,10 +2,11 @@
 
 #include <set>
 
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/ledger/entry_image.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
 #include "bokfolio/model/ledger/internal/ordering.hpp"
-#include "bokfolio/model/ledger/internal/refusal.hpp"
+#include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/model/ledger/row.hpp"
 #include "bokfolio/platform/calendar.hpp"
 #include "bokfolio/platform/date_text.hpp"

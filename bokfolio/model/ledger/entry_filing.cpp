@@ -1,7 +1,8 @@
 // What makes an entry part of the books: its validation, the end of an edit, and filing.
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
-#include "bokfolio/model/ledger/internal/refusal.hpp"
+#include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/model/ledger/row.hpp"
 #include "bokfolio/store/context.hpp"
 

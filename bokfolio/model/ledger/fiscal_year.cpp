@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/ledger/account.hpp"
 #include "bokfolio/model/ledger/book.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
-#include "bokfolio/model/ledger/internal/refusal.hpp"
+#include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/model/ledger/row.hpp"
 #include "bokfolio/model/ledger/starting_balance.hpp"
 #include "bokfolio/platform/calendar.hpp"

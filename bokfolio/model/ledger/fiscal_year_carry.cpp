@@ -1,11 +1,12 @@
 // The carry-forward of balances from one fiscal year to the next.
 #include <map>
 
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/ledger/account.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
 #include "bokfolio/model/ledger/internal/failed_fetch.hpp"
-#include "bokfolio/model/ledger/internal/refusal.hpp"
+#include "bokfolio/model/ledger/ledger_error.hpp"
 #include "bokfolio/model/ledger/row.hpp"
 #include "bokfolio/model/ledger/starting_balance.hpp"
 #include "bokfolio/store/context.hpp"

@@ -41,11 +41,4 @@ void appendRow(Entry& entry, Row& row) {
   row.setEntry(&entry);
 }
 
-bool refuse(ErrorOut error, InvoiceError code, std::string_view textKey,
-            const Environment& environment) {
-  if (error != nullptr)
-    *error = Error(kBokfolioErrorDomain, static_cast<int>(code), environment.text(textKey));
-  return false;
-}
-
 }  // namespace bokfolio::internal

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "bokfolio/model/internal/refusal.hpp"
 #include "bokfolio/model/invoicing/invoice_error.hpp"
 #include "bokfolio/platform/date.hpp"
 #include "bokfolio/platform/decimal.hpp"
@@ -38,10 +39,6 @@ Entry& insertUnfiledEntry(const Invoice& invoice, const std::string& name,
 Row& insertRow(const Entry& entry, Account* account);
 // Attaches the row behind those that the entry has.
 void appendRow(Entry& entry, Row& row);
-
-// Fills the error, if one is wanted, with the code and the localised text; always false.
-bool refuse(ErrorOut error, InvoiceError code, std::string_view textKey,
-            const Environment& environment);
 
 }  // namespace internal
 
