@@ -234,6 +234,12 @@ class EntityTable {
     return *this;
   }
 
+  // For entities that a document may have millions of.
+  EntityTable& byLookup() {
+    entity_.byLookup = true;
+    return *this;
+  }
+
   EntityTable& keepSum(KeptSumDescription sum) {
     entity_.keptSum = std::move(sum);
     return *this;

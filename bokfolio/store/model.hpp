@@ -100,6 +100,9 @@ struct EntityDescription {
   std::vector<DependencyDescription> dependencies;
   std::vector<IndexDescription> indexes;
   std::optional<KeptSumDescription> keptSum;
+  // Records come into memory one by one, when they are looked up; without it all of them at once,
+  // when the first is wanted.
+  bool byLookup = false;
   // Makes a record of the entity's class; nullptr makes a plain Record.
   std::unique_ptr<Record> (*make)(const RecordInit&) = nullptr;
 

@@ -119,6 +119,8 @@ class BOKFOLIO_EXPORT Entity {
   const Key* key(std::string_view name) const;
   const Property* property(std::string_view name) const;
 
+  bool byLookup() const { return description_.byLookup; }
+
   // A record's slots in memory: one bit a property that says "not nil", then the values.
   std::uint32_t slotBytes() const { return slotBytes_; }
   std::uint32_t offset(std::uint16_t ordinal) const { return offsets_[ordinal]; }

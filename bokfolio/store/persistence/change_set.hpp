@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "bokfolio/store/persistence/saved_question.hpp"
 #include "bokfolio/store/record.hpp"
 #include "bokfolio/store/slot_view.hpp"
 
@@ -29,7 +30,16 @@ struct ChangeSet {
   // For each entity that got new records: the id that its next record will have.
   std::vector<std::pair<const Entity*, RecordId>> nextIds;
 
-  bool empty() const { return changes.empty() && nextIds.empty(); }
+  // The lines of kept sums that these changes alter, with their new amounts. `replacesAll`: they
+  // are all there are, whatever the document held.
+  struct Sums {
+    const Entity* entity = nullptr;
+    bool replacesAll = false;
+    std::vector<SumLine> lines;
+  };
+  std::vector<Sums> sums;
+
+  bool empty() const { return changes.empty() && nextIds.empty() && sums.empty(); }
 };
 
 }  // namespace bokfolio

@@ -14,6 +14,7 @@
 #include "bokfolio/export.hpp"
 #include "bokfolio/platform/error.hpp"
 #include "bokfolio/store/persistence/change_set.hpp"
+#include "bokfolio/store/persistence/saved_question.hpp"
 #include "bokfolio/store/schema.hpp"
 
 namespace bokfolio {
@@ -50,6 +51,12 @@ class RecordSink {
   virtual void end() = 0;
 };
 
+class SumLineSink {
+ public:
+  virtual ~SumLineSink() = default;
+  virtual void line(const SumLine& line) = 0;
+};
+
 class BOKFOLIO_EXPORT Persistence {
  public:
   virtual ~Persistence() = default;
@@ -59,6 +66,19 @@ class BOKFOLIO_EXPORT Persistence {
   virtual bool open(const Schema& schema, ErrorOut error) = 0;
   // Every saved record of the entity, in ascending id. The sink must not call the engine.
   virtual bool load(const Entity& entity, RecordSink& sink, ErrorOut error) = 0;
+  // The saved records that satisfy the question, in its order. The cost is that of the answer where
+  // an index of the entity, a to-one or the id serves the conditions and the order, else that of
+  // the entity. The sink must not call the engine.
+  virtual bool find(const SavedQuestion& question, RecordSink& sink, ErrorOut error) = 0;
+  // How many there are, at most the question's limit; its order and what it skips do not count.
+  virtual bool count(const SavedQuestion& question, std::size_t& count, ErrorOut error) = 0;
+  // Whether the document holds the sums that the entity's table declares. It does from its first
+  // record on, unless an older library or another model wrote it; then a change set must bring all
+  // lines (ChangeSet::Sums::replacesAll) before any can be asked for.
+  virtual bool keepsSums(const Entity& entity, bool& kept, ErrorOut error) = 0;
+  // The saved lines that are asked for, by owner, mark and instant.
+  virtual bool sums(const Entity& entity, const SumLineQuestion& question, SumLineSink& sink,
+                    ErrorOut error) = 0;
   // The id that the next inserted record of the entity gets: never one that was used before.
   virtual bool nextId(const Entity& entity, RecordId& id, ErrorOut error) = 0;
   // Writes everything or nothing, durably before it answers true.
