@@ -12,8 +12,9 @@ std::unique_ptr<Context> Context::open(std::shared_ptr<const Schema> schema,
                                        std::unique_ptr<Persistence> persistence,
                                        Environment environment, ErrorOut error) {
   if (!persistence->open(*schema, error)) return nullptr;
-  return std::unique_ptr<Context>(
+  std::unique_ptr<Context> context(
       new Context(std::move(schema), std::move(persistence), std::move(environment)));
+  return context->parts_->findSums(error) ? std::move(context) : nullptr;
 }
 
 Context::Context(std::shared_ptr<const Schema> schema, std::unique_ptr<Persistence> persistence,
@@ -54,11 +55,7 @@ void Context::deleteObject(Record* record) {
 }
 
 Record* Context::find(std::string_view entityName, RecordId id) {
-  const Entity& entity = parts_->schema->entity(entityName);
-  parts_->load(entity);
-  Record* record = parts_->of(entity).table.find(id);
-  if (record == nullptr || RecordAccess::slots(*record) == nullptr) return nullptr;
-  return RecordAccess::isLive(*record) ? record : nullptr;
+  return parts_->find(parts_->schema->entity(entityName), id);
 }
 
 // --- Fetching
@@ -149,6 +146,8 @@ Decimal Context::keptSum(std::string_view entityName, const KeptSumQuestion& que
   if (entity.keptSum() == nullptr) throw StoreError(entity.name() + " keeps no sum");
   return parts_->sums(entity).find(question).total();
 }
+
+std::size_t Context::releaseUnused() { return parts_->release(); }
 
 std::vector<std::string> Context::verify() { return internal::verify(*parts_); }
 

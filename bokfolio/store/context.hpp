@@ -141,6 +141,13 @@ class BOKFOLIO_EXPORT Context {
   void performAfterDelay(Record& record, std::int64_t microseconds,
                          std::function<void(Record&)> work);
 
+  // Lets go of the values of records that are as saved, where entities are looked up record by
+  // record (EntityTable::byLookup): reading them again fetches them again. Records that were changed
+  // or inserted since the last save, and those that somebody observes, stay. Pointers to records
+  // stay good. Long reports call this between their parts. Answers how many records were let go.
+  // Cost: that of a walk over the records in memory.
+  std::size_t releaseUnused();
+
   // Checks the store against itself: inverses agree, indexes, kept sums and sets equal scans.
   // Answers what is wrong, nothing when all is well. Cost: everything is read.
   std::vector<std::string> verify();

@@ -34,6 +34,7 @@ std::vector<Record*> highestNumbered(Context& context, std::string_view entityNa
   const std::uint16_t ordinal = textIndexOf(entity, key);
   std::vector<Record*> records;
   try {
+    context.parts().load(entity);
     const Index& index = context.parts().index(entity, ordinal);
     append(index, index.find({internal::kLowestCode, internal::kLowestDigitsCode - 1}), records);
     const auto digits = index.find({internal::kLowestDigitsCode, internal::kHighestCode});

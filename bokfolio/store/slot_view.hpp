@@ -22,6 +22,7 @@ struct SlotText {
   std::uint32_t size;
   const char* characters() const { return reinterpret_cast<const char*>(this + 1); }
 };
+class RelationSet;
 }  // namespace internal
 
 class SlotView {
@@ -44,6 +45,10 @@ class SlotView {
   }
   std::string_view blob(std::uint16_t ordinal) const { return text(ordinal); }
   Record* reference(std::uint16_t ordinal) const { return at<Record*>(ordinal); }
+  // A to-many's set as far as it is known; nullptr when nothing is.
+  const internal::RelationSet* relation(std::uint16_t ordinal) const {
+    return at<const internal::RelationSet*>(ordinal);
+  }
 
  private:
   template <class T>

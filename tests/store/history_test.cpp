@@ -22,6 +22,8 @@ class RandomLife {
     for (int step = 0; step < steps && !::testing::Test::HasFailure(); ++step) {
       SCOPED_TRACE("step " + std::to_string(step));
       takeStep();
+      if (below(2) == 0) context().releaseUnused();
+      if (below(2) == 0) continue;
       const auto faults = store_.context->verify();
       EXPECT_TRUE(faults.empty()) << faults.front();
     }
@@ -199,7 +201,7 @@ class RandomLife {
 TEST(HistoryTest, UndoRollbackAndReopeningAreExact) {
   for (unsigned seed = 1; seed <= 40 && !::testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    TestStore store;
+    TestStore store(seed % 8);
     RandomLife(store, seed).run(120);
   }
 }
@@ -215,6 +217,7 @@ class WildLife {
     for (int step = 0; step < steps && !::testing::Test::HasFailure(); ++step) {
       SCOPED_TRACE("step " + std::to_string(step));
       takeStep();
+      if (below(3) == 0) context().releaseUnused();
       if (below(4) != 0) continue;
       store_.engineFaults->clear();
       const auto faults = context().verify();
@@ -383,7 +386,7 @@ class WildLife {
 TEST(HistoryTest, WhateverHappensTheStoreIsSound) {
   for (unsigned seed = 1; seed <= 60 && !::testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    TestStore store;
+    TestStore store(seed % 8);
     WildLife(store, seed).run(200);
   }
 }

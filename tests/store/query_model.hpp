@@ -37,7 +37,8 @@ inline Value evenGrade(const Record& record) {
   return stored.asInteger().value_or(1) % 2 == 0 ? stored : Value();
 }
 
-inline std::shared_ptr<const Schema> questionSchema() {
+// `lookedUp`: one bit an entity that is read by lookup.
+inline std::shared_ptr<const Schema> questionSchema(unsigned lookedUp) {
   EntityDescription region;
   region.name = "Region";
   region.properties = {attribute("code", PropertyKind::Integer),
@@ -66,14 +67,21 @@ inline std::shared_ptr<const Schema> questionSchema() {
   good.indexes = {{{"code"}},  {{"grade"}},        {{"price"}},        {{"weight"}},
                   {{"title"}}, {{"shop", "made"}}, {{"code", "price"}}};
   Model model;
-  model.add(region).add(shop).add(good);
+  for (EntityDescription* entity : {&region, &shop, &good}) {
+    entity->byLookup = (lookedUp & 1U) != 0;
+    lookedUp >>= 1;
+    model.add(*entity);
+  }
   return model.freeze();
 }
 
 // A context whose records live a random life.
 class RandomTrade {
  public:
-  explicit RandomTrade(unsigned seed) : random_(seed) { reopen(); }
+  explicit RandomTrade(unsigned seed, unsigned lookedUp = 0)
+      : schema_(questionSchema(lookedUp)), random_(seed) {
+    reopen();
+  }
 
   Context& context() { return *context_; }
 
@@ -108,8 +116,7 @@ class RandomTrade {
  private:
   void reopen() {
     context_.reset();
-    context_ =
-        Context::open(questionSchema(), makeMemoryPersistence(document_), world_.environment);
+    context_ = Context::open(schema_, makeMemoryPersistence(document_), world_.environment);
   }
 
   void actOnce() {
@@ -173,6 +180,7 @@ class RandomTrade {
     if (below(2) == 0) good.setValueForKey(any("Region"), "owner");
   }
 
+  std::shared_ptr<const Schema> schema_;
   std::mt19937 random_;
   TestWorld world_;
   std::shared_ptr<MemoryDocument> document_ = std::make_shared<MemoryDocument>();

@@ -127,15 +127,20 @@ class Label : public Record {
   }
 };
 
-inline std::shared_ptr<const Schema> testSchema() {
+// `lookedUp`: one bit an entity that is read by lookup.
+inline std::shared_ptr<const Schema> testSchema(unsigned lookedUp = 0) {
   Model model;
-  model.add(Parent::table()).add(Child::table()).add(Label::table());
+  for (EntityDescription entity : {Parent::table(), Child::table(), Label::table()}) {
+    entity.byLookup = (lookedUp & 1U) != 0;
+    lookedUp >>= 1;
+    model.add(std::move(entity));
+  }
   return model.freeze();
 }
 
 // A context on a document in memory that can be closed and opened again.
 struct TestStore {
-  TestStore() { reopen(); }
+  explicit TestStore(unsigned lookedUp = 0) : schema(testSchema(lookedUp)) { reopen(); }
   // What was not saved is lost.
   void reopen() {
     context.reset();
@@ -145,7 +150,7 @@ struct TestStore {
   }
 
   TestWorld world;
-  std::shared_ptr<const Schema> schema = testSchema();
+  std::shared_ptr<const Schema> schema;
   std::shared_ptr<MemoryDocument> document = std::make_shared<MemoryDocument>();
   std::shared_ptr<PersistenceFaults> engineFaults = std::make_shared<PersistenceFaults>();
   std::unique_ptr<Context> context;

@@ -104,6 +104,7 @@ EntityDescription Invoice::table() {
   addDependencies(table);
   table.index({"number"});
   table.index({"dueDate"});
+  table.byLookup();
   return table.description();
 }
 

@@ -36,6 +36,7 @@ EntityDescription InvoiceLine::table() {
   table.triggersChangeOf({"allowance"}, "allowanceString");
   table.triggersChangeOf({"article"}, "articleNumber");
   table.triggersChangeOf({"article"}, "articleName");
+  table.byLookup();
   return table.description();
 }
 

@@ -39,6 +39,7 @@ EntityDescription Entry::table() {
   table.index({"number", "date"});
   table.index({"date"});
   table.index({"name"});
+  table.byLookup();
   return table.description();
 }
 

@@ -8,6 +8,7 @@ EntityDescription EntryImage::table() {
   EntityTable<EntryImage> table{std::string(kEntityName)};
   table.attribute(Slots::image, "image");
   table.toOne(Slots::entry, "entry", "Entry", "entryImage");
+  table.byLookup();
   return table.description();
 }
 

@@ -52,6 +52,7 @@ EntityDescription Row::table() {
   net.period = "fiscalYear";
   net.instant = "date";
   table.keepSum(std::move(net));
+  table.byLookup();
   return table.description();
 }
 

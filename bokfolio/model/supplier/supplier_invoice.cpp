@@ -59,6 +59,7 @@ EntityDescription SupplierInvoice::table() {
   table.dependsOn("indicator", {"paidDate", "dueDate"});
   table.dependsOn("allowEditAndRemove", {"entries"});
   table.index({"addedDate"});
+  table.byLookup();
   return table.description();
 }
 

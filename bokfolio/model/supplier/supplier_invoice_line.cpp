@@ -30,6 +30,7 @@ EntityDescription SupplierInvoiceLine::table() {
   table.dependsOn("vatAccountName", {"vatAccount"});
   table.dependsOn("amountInclVAT", {"amount", "vat"});
   table.index({"invoice"});
+  table.byLookup();
   return table.description();
 }
 

@@ -94,7 +94,7 @@ Value BoundPath::read(StoreParts& store, const Record& record) const {
     }
     case Form::Count: {
       const Record* at = follow(store, record);
-      return at == nullptr ? Value() : Value(store.members(*at, *last_).size());
+      return at == nullptr ? Value() : Value(store.memberCount(*at, *last_));
     }
     case Form::Keys:
       return readKeys(store, record);

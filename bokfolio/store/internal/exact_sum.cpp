@@ -1,7 +1,7 @@
 #include "bokfolio/store/internal/exact_sum.hpp"
 
 #include <algorithm>
-#include <string>
+#include <charconv>
 
 namespace bokfolio::internal {
 
@@ -113,6 +113,27 @@ Decimal ExactSum::Wide::rounded() const {
   return Decimal::fromParts(mantissa, exponent, isNegative()).normalized();
 }
 
+std::string ExactSum::Wide::text() const {
+  constexpr char kDigit[] = "0123456789abcdef";
+  std::string digits;
+  for (auto word = words.rbegin(); word != words.rend(); ++word)
+    for (int shift = 60; shift >= 0; shift -= 4) digits += kDigit[(*word >> shift) & 15U];
+  return digits;
+}
+
+std::optional<ExactSum::Wide> ExactSum::Wide::parse(std::string_view digits) {
+  constexpr std::size_t kDigitsOfWord = 16;
+  if (digits.size() != kWords * kDigitsOfWord) return std::nullopt;
+  Wide wide;
+  for (auto word = wide.words.rbegin(); word != wide.words.rend(); ++word) {
+    const char* end = digits.data() + kDigitsOfWord;
+    const auto read = std::from_chars(digits.data(), end, *word, 16);
+    if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
+    digits.remove_prefix(kDigitsOfWord);
+  }
+  return wide;
+}
+
 // --- The sum
 
 ExactSum::ExactSum(const ExactSum& other)
@@ -186,6 +207,31 @@ Decimal ExactSum::total() const {
   constexpr UInt128 kBound = static_cast<UInt128>(kChunk) * kChunk;  // 10^38
   if (size < kBound) return Decimal::fromParts(size, exponent_, negative);
   return Decimal::fromParts(size / 10 + (size % 10 >= 5 ? 1 : 0), exponent_ + 1, negative);
+}
+
+// --- As text
+
+std::string ExactSum::text() const {
+  constexpr UInt128 kBound = static_cast<UInt128>(kChunk) * kChunk;  // 10^38
+  const bool negative = units_ < 0;
+  const auto bits = static_cast<UInt128>(units_);
+  const UInt128 size = negative ? -bits : bits;
+  if (!wide_ && size < kBound) return Decimal::fromParts(size, exponent_, negative).toString();
+  ExactSum wide(*this);
+  return "x" + wide.widen().text();
+}
+
+std::optional<ExactSum> ExactSum::parse(std::string_view text) {
+  ExactSum sum;
+  if (!text.empty() && text.front() == 'x') {
+    const auto wide = Wide::parse(text.substr(1));
+    if (!wide) return std::nullopt;
+    sum.wide_ = std::make_unique<Wide>(*wide);
+    return sum;
+  }
+  const auto decimal = Decimal::parse(text);
+  if (!decimal) return std::nullopt;
+  return sum += *decimal;
 }
 
 }  // namespace bokfolio::internal

@@ -9,6 +9,9 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "bokfolio/platform/decimal.hpp"
 
@@ -36,6 +39,10 @@ class ExactSum {
   // Rounded half away from zero where 38 digits do not hold it. Throws DecimalError when the sum is
   // no Decimal; it can still be added to.
   Decimal total() const;
+  // The sum without any rounding, as a document keeps it: a plain decimal number where one integer
+  // holds it, else "x" and the 272 hexadecimal digits of the fixed-point number.
+  std::string text() const;
+  static std::optional<ExactSum> parse(std::string_view text);
 
  private:
   __extension__ typedef __int128 Int128;
@@ -51,6 +58,8 @@ class ExactSum {
     bool isNegative() const { return (words.back() >> 63) != 0; }
     bool isZero() const;
     Decimal rounded() const;
+    std::string text() const;
+    static std::optional<Wide> parse(std::string_view digits);
   };
 
   static Int128 signedMantissa(const Decimal& amount) {

@@ -109,6 +109,20 @@ std::optional<IndexCode> codeOf(const Property& property, const Value& value) {
   return std::nullopt;
 }
 
+std::int64_t integerOfCode(IndexCode code) { return std::bit_cast<std::int64_t>(code ^ kSignBit); }
+
+bool isLookedUp(const Property& property) {
+  switch (property.kind()) {
+    case PropertyKind::Integer:
+    case PropertyKind::Date:
+    case PropertyKind::String:
+    case PropertyKind::ToOne:
+      return property.persistent();
+    default:
+      return false;
+  }
+}
+
 bool hasExactCodes(const Property& property) {
   return property.kind() == PropertyKind::Integer || property.kind() == PropertyKind::Date;
 }
@@ -135,13 +149,21 @@ IndexEntry Index::entryOf(Record& record) const {
           &record};
 }
 
+void Index::reset(Coverage coverage) {
+  for (Record* record : waiting_)
+    RecordAccess::detachedIndexes(*record) &= static_cast<std::uint16_t>(~bit());
+  waiting_.clear();
+  entries_.clear();
+  coverage_ = coverage;
+}
+
 void Index::build(const std::vector<Record*>& records) {
+  reset(Coverage::All);
   std::vector<IndexEntry> entries;
   entries.reserve(records.size());
   for (Record* record : records) entries.push_back(entryOf(*record));
   std::sort(entries.begin(), entries.end(), ByIndexOrder{});
   entries_.assignSorted(entries);
-  built_ = true;
 }
 
 void Index::detach(Record& record) {

@@ -9,6 +9,9 @@
 //
 // A record leaves the index when an indexed value is about to change and is taken in again when the
 // index is next asked, so that a burst of writes costs one reordering.
+//
+// An index covers all records, or, while the engine's index serves for what is saved, only those
+// that were changed or made since the last save.
 #pragma once
 
 #include <cstddef>
@@ -38,6 +41,11 @@ std::optional<IndexCode> codeOf(const Property& property, const Value& value);
 // Texts of plain digits, at most 18 of them after leading zeros, have these codes and the ones
 // above, in the order of their value; other texts lie below.
 inline constexpr IndexCode kLowestDigitsCode = IndexCode{1} << 63;
+
+// What has that code among integers and dates.
+std::int64_t integerOfCode(IndexCode code);
+// Whether engines keep indexes of the property's values.
+bool isLookedUp(const Property& property);
 
 // Whether equal codes mean equal values, but for the two lowest integers.
 bool hasExactCodes(const Property& property);
@@ -69,8 +77,12 @@ class Index {
 
   explicit Index(const IndexLayout& layout) : layout_(&layout) {}
 
+  enum class Coverage : std::uint8_t { None, Changed, All };
+
   const IndexLayout& layout() const { return *layout_; }
-  bool built() const { return built_; }
+  Coverage coverage() const { return coverage_; }
+  // Whether changes of records must be told.
+  bool follows() const { return coverage_ != Coverage::None; }
 
   // The records whose codes lie in the ranges. The second range narrows only when the first is a
   // single code. Entries are valid until the next change of a record.
@@ -83,8 +95,10 @@ class Index {
   const Blocks& entries() const { return entries_; }
 
   // --- For the journal and the loader
-  // All of these records, which must have their values in memory.
+  // All of these records, which must have their values in memory; from now on it covers all.
   void build(const std::vector<Record*>& records);
+  // Holds nothing from now on. Records that wait to be taken in must be live or shells.
+  void reset(Coverage coverage);
   // Takes the record out before an indexed value changes; it waits to be taken in again.
   void detach(Record& record);
   // A record that is not in the index waits to be taken in.
@@ -98,7 +112,7 @@ class Index {
   std::uint16_t bit() const { return static_cast<std::uint16_t>(1U << layout_->ordinal); }
 
   const IndexLayout* layout_;
-  bool built_ = false;
+  Coverage coverage_ = Coverage::None;
   Blocks entries_;
   std::vector<Record*> waiting_;
 };

@@ -56,6 +56,8 @@ void Journal::announceOnly(Record& record, const Property& property, WriteMode m
 }
 
 void Journal::prepare(Record& record, const Property& property, bool recorded) {
+  // May read from the document, and fail, so it comes first.
+  if (property.keptSum() != nullptr) detachFromSum(record, property);
   if (!property.transient()) {
     keepSavedValues(record);
     if (recorded)
@@ -63,18 +65,17 @@ void Journal::prepare(Record& record, const Property& property, bool recorded) {
             readValue(property, RecordAccess::view(record))});
     if (!record.isInserted()) RecordAccess::raise(record, RecordAccess::kUpdated);
   }
-  if (property.keptSum() != nullptr) detachFromSum(record, property);
   if (property.indexes().empty()) return;
   EntityRecords& records = store_->of(record.entity());
   for (const std::uint16_t index : property.indexes())
-    if (records.indexes[index].built()) records.indexes[index].detach(record);
+    if (records.indexes[index].follows()) records.indexes[index].detach(record);
 }
 
 // Out of the sum before what it counts changes, on the record itself or behind its link.
 void Journal::detachFromSum(Record& record, const Property& property) {
   const KeptSumLayout& layout = *property.keptSum();
   auto& sums = store_->of(layout.via->entity()).sums;
-  if (!sums->built()) return;
+  if (!sums->follows()) return;
   if (&property != layout.period && &property != layout.instant) {
     sums->detach(record);
   } else {
@@ -89,6 +90,7 @@ void Journal::keepSavedValues(Record& record) {
   std::byte* copy = store_->of(record.entity()).pool.allocate();
   copySlots(record.entity(), RecordAccess::slots(record), copy);
   tracking_.keepSaved(record, copy);
+  store_->of(record.entity()).awaitChanged(record);
 }
 
 bool Journal::isRecorded(const Record& record, const Property& property, WriteMode mode) const {
@@ -134,7 +136,7 @@ WriteMode Journal::findBracket(const Record& record, const Property& property,
 void Journal::insert(Record& record) {
   RecordAccess::raise(record, RecordAccess::kInserted | RecordAccess::kBornHere);
   EntityRecords& records = store_->of(record.entity());
-  ++records.liveCount;
+  ++records.sinceSave;
   records.await(record);
   tracking_.addInserted(record);
   if (inTrial_ || undoEnabled_) push({UndoStep::Kind::Insert, &record, nullptr, {}});
@@ -161,10 +163,12 @@ void Journal::discard(Record& record) {
 void Journal::remove(Record& record) {
   store_->slots(record);
   if (!RecordAccess::isLive(record) || RecordAccess::has(record, RecordAccess::kLeaving)) return;
-  // Everything is read before anything changes.
+  // Everything is read before anything changes. What a Deny rule keeps stays linked, so that rolling
+  // back finds it; the save is refused.
   std::vector<std::pair<const Property*, std::vector<Record*>>> partners;
   for (const Property& property : record.entity().properties())
-    if (property.isRelationship()) partners.emplace_back(&property, partnersOf(record, property));
+    if (property.isRelationship() && property.deleteRule() != DeleteRule::Deny)
+      partners.emplace_back(&property, partnersOf(record, property));
 
   Observers::Hold hold(*observers_);
   {
@@ -191,8 +195,6 @@ void Journal::remove(Record& record) {
 
 void Journal::applyDeleteRule(Record& record, const Property& property,
                               const std::vector<Record*>& partners) {
-  // What a Deny rule keeps stays linked, so that rolling back finds it; the save is refused.
-  if (property.deleteRule() == DeleteRule::Deny) return;
   const bool cascades = property.deleteRule() == DeleteRule::Cascade;
   for (Record* partner : partners) {
     // Observers may have been quicker.
@@ -212,14 +214,14 @@ void Journal::hide(Record& record, std::uint16_t state) {
   records.drop(record);
   unlinkAll(record);
   RecordAccess::raise(record, state);
-  --records.liveCount;
+  --records.sinceSave;
   if (state == RecordAccess::kDeleted && !record.isInserted()) tracking_.addDeleted(record);
 }
 
 void Journal::show(Record& record, std::uint16_t state) {
   RecordAccess::lower(record, state);
   EntityRecords& records = store_->of(record.entity());
-  ++records.liveCount;
+  ++records.sinceSave;
   linkAll(record);
   records.await(record);
 }

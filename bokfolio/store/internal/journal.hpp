@@ -150,7 +150,7 @@ class Journal {
   // One side, with the far set when that is the other side.
   void putReference(Record& record, const Property& property, Record* target, bool recorded);
   std::vector<Record*> partnersOf(Record& record, const Property& property) const;
-  bool keepsSet(Record& owner, const Property& toMany) const;
+  bool keepsSet(const Record& owner, const Property& toMany) const;
   void link(Record& owner, const Property& toMany, Record& member);
   void unlink(Record& owner, const Property& toMany, Record& member);
   void linkAll(Record& record);

@@ -13,6 +13,10 @@ using predicate::Comparison;
 
 // So few candidates that looking for a better source costs more than asking them all.
 constexpr double kFewEnough = 16;
+// The engine counts no further than this; above it the estimate is a guess.
+constexpr std::size_t kCounted = 256;
+// How much dearer it is to bring all of an entity into memory than to look a part of it up.
+constexpr double kWholeEntity = 4;
 
 // What one comparison says about the codes of its key. `throughLinks`: a nil on the way reads as
 // nil, so that conditions that nil satisfies cannot be looked up from the far end.
@@ -55,6 +59,30 @@ std::vector<Record*> referrers(StoreParts& store, const std::vector<Record*>& re
   return found;
 }
 
+// What a range of codes of integers, dates or references means; nullopt: everything.
+std::optional<SavedCondition> conditionOf(const Property& property, const CodeRange& range) {
+  SavedCondition condition;
+  condition.ordinal = property.ordinal();
+  if (range.high == kNilCode) {
+    condition.kind = SavedCondition::Kind::IsNil;
+    return condition;
+  }
+  if (range.low == kNilCode && range.high == kHighestCode) return std::nullopt;
+  if (range.low == kLowestCode && range.high == kHighestCode) {
+    condition.kind = SavedCondition::Kind::IsNotNil;
+    return condition;
+  }
+  const CodeRange values{std::max(range.low, kLowestCode), range.high};
+  if (property.isToOne()) {
+    condition.low = static_cast<std::int64_t>(values.low);
+    condition.high = static_cast<std::int64_t>(values.high);
+  } else {
+    if (values.low != kLowestCode) condition.low = integerOfCode(values.low);
+    condition.high = integerOfCode(values.high);
+  }
+  return condition;
+}
+
 }  // namespace
 
 Planner::Planner(StoreParts& store, const Entity& entity, const Conjuncts& conjuncts)
@@ -71,7 +99,8 @@ Planner::Planner(StoreParts& store, const Entity& entity, const Conjuncts& conju
 }
 
 Source Planner::cheapest() {
-  best_.estimate = static_cast<double>(store_.count(entity_));
+  best_.estimate =
+      store_.roughCount(entity_) * (store_.of(entity_).byLookup() ? kWholeEntity : 1);
   for (const Group& group : groups_)
     for (const BoundComparison* conjunct : group.conjuncts) considerPartners(group, *conjunct);
   for (const Group& group : groups_) {
@@ -95,8 +124,9 @@ void Planner::considerPartners(const Group& group, const BoundComparison& conjun
   } else if (!RecordAccess::isLive(*partner)) {
     return;
   } else if (property.inverse().isToMany()) {
-    source.set = &store_.members(*partner, property.inverse());
-    source.estimate = static_cast<double>(source.set->size());
+    source.owner = partner;
+    source.toMany = &property.inverse();
+    source.estimate = membersEstimate(*partner, property.inverse());
   } else {
     source.single = referenceOf(store_, *partner, property.inverse());
     source.none = source.single == nullptr;
@@ -112,10 +142,71 @@ void Planner::considerIndex(const Group& group, const IndexLayout& layout) {
   if (first->low == first->high && layout.properties.size() > 1)
     second = rangeOf(group, *layout.properties[1]).value_or(second);
   Source source;
+  if (store_.of(*group.entity).byLookup()) {
+    source.saved = questionOf(group, layout);
+    if (!source.saved) return;
+    source.estimate = savedEstimate(*source.saved, layout);
+    if (source.estimate >= best_.estimate) return;
+  } else {
+    source.estimate = 0;
+  }
   source.index = &store_.index(*group.entity, layout.ordinal);
   source.span = source.index->find(*first, second);
-  source.estimate = static_cast<double>(source.index->estimate(source.span));
+  source.estimate += static_cast<double>(source.index->estimate(source.span));
   consider(group, source);
+}
+
+std::optional<SavedQuestion> Planner::questionOf(const Group& group, const IndexLayout& layout) {
+  SavedQuestion question;
+  question.entity = group.entity;
+  for (const Property* property : layout.properties) {
+    if (!isLookedUp(*property)) return std::nullopt;
+    for (const BoundComparison* conjunct : group.conjuncts) {
+      const std::string* text = conjunct->constant().string();
+      if (property->kind() != PropertyKind::String || text == nullptr ||
+          &conjunct->slotPath()->last() != property ||
+          conjunct->comparison() != Comparison::Equal)
+        continue;
+      SavedCondition condition;
+      condition.ordinal = property->ordinal();
+      condition.kind = SavedCondition::Kind::IsText;
+      condition.text = *text;
+      question.conditions.push_back(std::move(condition));
+      return question;
+    }
+    const auto range = rangeOf(group, *property);
+    if (!range) continue;
+    if (auto condition = conditionOf(*property, *range))
+      question.conditions.push_back(std::move(*condition));
+  }
+  return question;
+}
+
+double Planner::savedEstimate(const SavedQuestion& question, const IndexLayout& layout) {
+  SavedQuestion counted = question;
+  counted.limit = kCounted;
+  const std::size_t count = store_.savedRecords.count(counted);
+  if (count < kCounted) return static_cast<double>(count);
+  constexpr double kPartOfRange = 4;
+  const Property& first = *layout.properties[0];
+  const double parts =
+      first.isToOne() ? std::max(1.0, store_.roughCount(first.target())) : kPartOfRange;
+  return std::max(static_cast<double>(kCounted), store_.roughCount(*question.entity) / parts);
+}
+
+double Planner::membersEstimate(const Record& owner, const Property& toMany) {
+  const Property& toOne = toMany.inverse();
+  if (store_.hasMembers(owner, toMany) || !store_.of(toOne.entity()).byLookup())
+    return static_cast<double>(store_.members(owner, toMany).size());
+  SavedQuestion counted = StoreParts::membersQuestion(owner, toMany);
+  counted.limit = kCounted;
+  const std::size_t count = store_.savedRecords.count(counted);
+  const double added = static_cast<double>(store_.setOf(owner, toMany).size());
+  if (count < kCounted) return static_cast<double>(count) + added;
+  return std::max(static_cast<double>(kCounted),
+                  store_.roughCount(toOne.entity()) /
+                      std::max(1.0, store_.roughCount(toOne.target()))) +
+         added;
 }
 
 void Planner::consider(const Group& group, Source source) {
@@ -143,8 +234,8 @@ double Planner::spread(const std::vector<const Property*>& links) {
   double factor = 1;
   for (const Property* link : links) {
     if (!link->inverse().isToMany()) continue;
-    const auto many = static_cast<double>(store_.count(link->entity()));
-    const auto few = static_cast<double>(store_.count(link->target()));
+    const double many = store_.roughCount(link->entity());
+    const double few = store_.roughCount(link->target());
     if (many > few && few > 0) factor *= many / few;
   }
   return factor;
@@ -163,6 +254,14 @@ std::optional<OrderedSource> Planner::ordered(const Property& key, bool ascendin
                           first->low == first->high;
     if (layout.properties[0] != &key && !bySecond) continue;
     OrderedSource source;
+    if (store_.of(entity_).byLookup()) {
+      // The engine's index is not asked how long it is: one within a first value is the shorter.
+      if (best && (best->bySecond || !bySecond)) continue;
+      source.saved = questionOf(group, layout);
+      if (!source.saved) continue;
+      source.saved->order = key.ordinal();
+      source.saved->ascending = ascending;
+    }
     source.index = &store_.index(entity_, layout.ordinal);
     source.span =
         source.index->find(first.value_or(CodeRange{}),
@@ -170,9 +269,9 @@ std::optional<OrderedSource> Planner::ordered(const Property& key, bool ascendin
     source.bySecond = bySecond;
     source.ascending = ascending;
     const std::size_t estimate = source.index->estimate(source.span);
-    if (best && estimate >= fewest) continue;
+    if (best && !source.saved && estimate >= fewest) continue;
     fewest = estimate;
-    best = source;
+    best = std::move(source);
   }
   return best;
 }
@@ -180,10 +279,12 @@ std::optional<OrderedSource> Planner::ordered(const Property& key, bool ascendin
 std::vector<Record*> collect(StoreParts& store, const Entity& entity, const Source& source) {
   std::vector<Record*> records;
   if (source.none) return records;
-  if (source.set != nullptr) {
-    records.reserve(source.set->size());
-    source.set->forEach([&](Record* record) { records.push_back(record); });
+  if (source.owner != nullptr) {
+    const RelationSet& set = store.members(*source.owner, *source.toMany);
+    records.reserve(set.size());
+    set.forEach([&](Record* record) { records.push_back(record); });
   } else if (source.index != nullptr) {
+    if (source.saved) records = store.unchanged(*source.saved);
     const auto& entries = source.index->entries();
     for (auto at = source.span.from; at != source.span.to; at = entries.next(at))
       records.push_back(entries[at].record);
@@ -192,7 +293,7 @@ std::vector<Record*> collect(StoreParts& store, const Entity& entity, const Sour
   } else {
     return store.all(entity);
   }
-  if (source.set != nullptr && source.links.empty()) return records;
+  if (source.owner != nullptr && source.links.empty()) return records;
   for (auto link = source.links.rbegin(); link != source.links.rend(); ++link)
     records = referrers(store, records, **link);
   if (!std::is_sorted(records.begin(), records.end(), ById{}))

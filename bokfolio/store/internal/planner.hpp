@@ -1,6 +1,9 @@
 // Planner: where to look for the records that satisfy a query. It reads the comparisons that all
 // must hold, asks sets and indexes how many records they would yield, and names the cheapest
 // source. A source holds every record of the answer and usually others: the conditions decide.
+//
+// Of entities by lookup the engine is asked how many saved records a source has; an index in memory
+// then covers only what has changed since.
 #pragma once
 
 #include <cstddef>
@@ -15,13 +18,16 @@
 
 namespace bokfolio::internal {
 
-// A set, a stretch of an index or one record, from which the candidates are reached against the
-// direction of some to-one links. Without any of them: every record of the entity.
+// The far set of a record, a stretch of an index or one record, from which the candidates are
+// reached against the direction of some to-one links. Without any of them: every record of the
+// entity.
 struct Source {
   double estimate = std::numeric_limits<double>::infinity();
-  const RelationSet* set = nullptr;
+  const Record* owner = nullptr;
+  const Property* toMany = nullptr;
   const Index* index = nullptr;
   Index::Span span;
+  std::optional<SavedQuestion> saved;  // what the index leaves to the engine
   Record* single = nullptr;
   bool none = false;
   std::vector<const Property*> links;  // from the query's entity onward
@@ -31,6 +37,7 @@ struct Source {
 struct OrderedSource {
   const Index* index = nullptr;
   Index::Span span;
+  std::optional<SavedQuestion> saved;  // what the index leaves to the engine, in the same order
   bool bySecond = false;  // ordered by the second code, the first being the same in all of it
   bool ascending = true;
 };
@@ -58,6 +65,11 @@ class Planner {
   void consider(const Group& group, Source source);
   // The codes that a record must have in the property; nullopt when nothing narrows them.
   static std::optional<CodeRange> rangeOf(const Group& group, const Property& property);
+  // What the comparisons on the index's keys come to for the engine; nullopt when it has no index
+  // of such values.
+  static std::optional<SavedQuestion> questionOf(const Group& group, const IndexLayout& layout);
+  double savedEstimate(const SavedQuestion& question, const IndexLayout& layout);
+  double membersEstimate(const Record& owner, const Property& toMany);
   // How many records of the query's entity there are for each at the end of the links.
   double spread(const std::vector<const Property*>& links);
 

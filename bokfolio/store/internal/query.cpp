@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "bokfolio/store/context.hpp"
+#include "bokfolio/store/internal/ordered_walk.hpp"
 #include "bokfolio/store/internal/planner.hpp"
 #include "bokfolio/store/internal/predicate/binding.hpp"
 #include "bokfolio/store/internal/prefetch.hpp"
@@ -12,16 +13,11 @@ namespace bokfolio {
 
 namespace {
 
-using internal::Index;
-using internal::IndexCode;
-using internal::IndexEntry;
 using predicate::BoundComparison;
 using predicate::BoundCondition;
 using predicate::Conditions;
 
 constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
-// How much longer than the other way walking in order may go on without reaching the limit.
-constexpr double kPatience = 64;
 
 internal::KeyReading readingOf(const Query& query) {
   return query.throughAccessors ? internal::KeyReading::ThroughAccessors
@@ -80,7 +76,7 @@ class QueryRun {
   std::size_t countOfAll() const {
     if (query_.among) return query_.among->size();
     if (query_.owner != nullptr)
-      return query_.store->members(*query_.owner, *query_.relationship).size();
+      return query_.store->memberCount(*query_.owner, *query_.relationship);
     return query_.store->count(*query_.entity);
   }
 
@@ -104,8 +100,8 @@ class QueryRun {
   }
 
   bool isOwnersSet(const internal::Source& source) const {
-    return query_.owner != nullptr && source.set != nullptr && source.links.empty() &&
-           source.set == &query_.store->members(*query_.owner, *query_.relationship);
+    return query_.owner != nullptr && source.owner == query_.owner && source.links.empty() &&
+           source.toMany == query_.relationship;
   }
 
   // Whether asking the conditions runs nobody's accessor.
@@ -126,8 +122,11 @@ class QueryRun {
   }
 
   std::vector<Record*> members(std::size_t limit) const {
+    if (limit == 1) {
+      Record* first = query_.store->firstMember(*query_.owner, *query_.relationship);
+      return first == nullptr ? std::vector<Record*>() : std::vector{first};
+    }
     const auto& set = query_.store->members(*query_.owner, *query_.relationship);
-    if (limit == 1) return set.size() == 0 ? std::vector<Record*>() : std::vector{set.first()};
     std::vector<Record*> all;
     all.reserve(set.size());
     set.forEach([&](Record* record) { all.push_back(record); });
@@ -149,81 +148,6 @@ class QueryRun {
   std::optional<BoundComparison> membership_;
 };
 
-// Walks an index group by group of equal codes, in the direction asked for, and stops after the
-// group that fills the limit, or within it where the group is in its final order already. Gives up
-// when that takes longer than looking at the cheapest candidates.
-class OrderedWalk {
- public:
-  // `tied`: records with equal codes are equal in the order asked for, so that their ids decide.
-  OrderedWalk(const internal::OrderedSource& source, QueryRun& run, std::size_t limit,
-              double patience, bool tied)
-      : source_(source),
-        run_(run),
-        limit_(limit),
-        patience_(patience),
-        groupsAreInOrder_(tied &&
-                          (source.bySecond || source.index->layout().properties.size() == 1)) {}
-
-  // Every match up to where it stopped; nullopt when it gave up.
-  std::optional<std::vector<Record*>> matches() {
-    const auto& entries = source_.index->entries();
-    auto from = source_.span.from;
-    auto to = source_.span.to;
-    while (from != to && found_.size() < limit_) {
-      const auto edge = source_.ascending ? from : entries.previous(to);
-      const IndexCode code = codeAt(edge);
-      // The two lowest integers share a code.
-      const bool inOrder = groupsAreInOrder_ && code != internal::kLowestCode;
-      const auto begin = source_.ascending ? from : groupBegin(from, edge, code);
-      auto at = begin;
-      while (at != to && codeAt(at) == code) {
-        if (--patience_ < 0) return std::nullopt;
-        Record* record = entries[at].record;
-        if (run_.accepts(*record)) found_.push_back(record);
-        if (inOrder && found_.size() == limit_) return std::move(found_);
-        at = entries.next(at);
-      }
-      (source_.ascending ? from : to) = source_.ascending ? at : begin;
-    }
-    return std::move(found_);
-  }
-
- private:
-  IndexCode codeAt(Index::Position at) const {
-    const IndexEntry& entry = source_.index->entries()[at];
-    return source_.bySecond ? entry.second : entry.first;
-  }
-
-  // Groups are mostly small, so the first steps are taken one by one.
-  Index::Position groupBegin(Index::Position from, Index::Position edge, IndexCode code) const {
-    const auto& entries = source_.index->entries();
-    constexpr int kSteps = 8;
-    auto begin = edge;
-    for (int step = 0; step < kSteps; ++step) {
-      if (begin == from || codeAt(entries.previous(begin)) != code) return begin;
-      begin = entries.previous(begin);
-    }
-    const IndexEntry edgeEntry = entries[edge];
-    const auto start = entries.partitionPoint([&](const IndexEntry& entry) {
-      if (!source_.bySecond) return entry.first < code;
-      return entry.first < edgeEntry.first ||
-             (entry.first == edgeEntry.first && entry.second < code);
-    });
-    return isBefore(start, from) ? from : start;
-  }
-
-  static bool isBefore(Index::Position a, Index::Position b) {
-    return a.block != b.block ? a.block < b.block : a.slot < b.slot;
-  }
-
-  const internal::OrderedSource& source_;
-  QueryRun& run_;
-  std::size_t limit_;
-  double patience_;
-  bool groupsAreInOrder_;
-  std::vector<Record*> found_;
-};
-
 std::optional<std::vector<Record*>> QueryRun::walkInOrder() {
   if (query_.among || !query_.limit || query_.strategy == Query::Strategy::ScanOnly) return {};
   // Accessors might change the index under the walk.
@@ -236,9 +160,12 @@ std::optional<std::vector<Record*>> QueryRun::walkInOrder() {
   internal::Planner plan = planner();
   const auto source = plan.ordered(key.last(), first.ascending());
   if (!source) return {};
-  const double other = plan.cheapest().estimate;
   const bool tied = query_.order.size() == 1 && internal::hasExactCodes(key.last());
-  auto found = OrderedWalk(*source, *this, *query_.limit, other + kPatience, tied).matches();
+  internal::OrderedWalk walk(
+      *query_.store, *source, *query_.limit, tied,
+      [this](const Record& record) { return accepts(record); },
+      [&plan] { return plan.cheapest().estimate; });
+  auto found = walk.matches();
   if (!found) return {};
   return inOrder(std::move(*found));
 }

@@ -1,5 +1,7 @@
 // RelationSet: the records on the many side of one relationship of one record, in ascending id.
 // Small sets are a plain array, big ones sorted blocks. The journal alone changes them.
+//
+// A set is complete, or holds only members that came since the last save, until it is asked for.
 #pragma once
 
 #include <algorithm>
@@ -59,6 +61,9 @@ class RelationSet {
     return big_ ? (*big_)[big_->begin()] : small_.front();
   }
 
+  bool isComplete() const { return complete_; }
+  void setComplete(bool complete) { complete_ = complete; }
+
   void clear() {
     small_.clear();
     big_.reset();
@@ -84,6 +89,7 @@ class RelationSet {
 
   std::vector<Record*> small_;
   std::unique_ptr<SortedBlocks<Record*, ByRecordId>> big_;
+  bool complete_ = false;
 };
 
 }  // namespace bokfolio::internal

@@ -152,29 +152,34 @@ std::vector<Record*> Journal::partnersOf(Record& record, const Property& propert
   } else if (Record* partner = referenceOf(record, property)) {
     partners.push_back(partner);
   }
+  for (const Record* partner : partners)
+    if (!partner->isGone()) store_->slots(*partner);
   return partners;
 }
 
 void Journal::link(Record& owner, const Property& toMany, Record& member) {
   if (!keepsSet(owner, toMany)) return;
-  auto& set = SlotWriter(owner.entity(), RecordAccess::slots(owner)).relation(toMany.ordinal());
-  if (set == nullptr) set = new RelationSet;
-  set->insert(&member);
+  if (RecordAccess::slots(owner) == nullptr) {
+    store_->linkLater(owner, toMany, member);
+  } else {
+    store_->setOf(owner, toMany).insert(&member);
+  }
 }
 
 void Journal::unlink(Record& owner, const Property& toMany, Record& member) {
-  if (!keepsSet(owner, toMany)) return;
+  if (RecordAccess::slots(owner) == nullptr || !keepsSet(owner, toMany)) return;
   auto* set = SlotWriter(owner.entity(), RecordAccess::slots(owner)).relation(toMany.ordinal());
   if (set != nullptr) set->erase(&member);
 }
 
-// A far set exists once its relationship was built, or from birth for records made here; until then
-// building it later finds the truth in the to-one side.
-bool Journal::keepsSet(Record& owner, const Property& toMany) const {
-  if (RecordAccess::slots(owner) == nullptr) return false;
-  if (RecordAccess::has(owner, RecordAccess::kBornHere)) return true;
+// Between whole entities a far set exists once its relationship was built, or from birth for
+// records made here; until then building it later finds the truth in the to-one side. Else the
+// document knows only what is saved, and the set what came since.
+bool Journal::keepsSet(const Record& owner, const Property& toMany) const {
   const Property& toOne = toMany.inverse();
-  return store_->of(toOne.entity()).inverseBuilt[toOne.ordinal()];
+  return RecordAccess::has(owner, RecordAccess::kBornHere) ||
+         toOne.entity().byLookup() || toOne.target().byLookup() ||
+         store_->of(toOne.entity()).inverseBuilt[toOne.ordinal()];
 }
 
 void Journal::linkAll(Record& record) {

@@ -191,6 +191,10 @@ void Journal::saved() {
   for (Record* record : tracking_.deleted()) makeShell(*record);
   for (Record* record : tracking_.unborn()) makeShell(*record);
   forgetSavedValues();
+  for (EntityRecords& records : store_->entities)
+    if (records.saved) *records.saved += static_cast<std::size_t>(records.sinceSave);
+  store_->savedRecords.forget();
+  store_->settle();
 }
 
 void Journal::rollback() {
@@ -208,6 +212,7 @@ void Journal::rollback() {
   for (Record* record : tracking_.unborn()) makeShell(*record);
   forgetSavedValues();
   brackets_.clear();
+  store_->settle();
   announcement.did();
 }
 

@@ -70,7 +70,7 @@ bool validateChanges(StoreParts& store, ErrorOut error) {
 // A Deny rule left its partners linked when the record was deleted.
 bool isHeld(StoreParts& store, const Record& record, const Property& property) {
   if (!property.isRelationship() || property.deleteRule() != DeleteRule::Deny) return false;
-  if (property.isToMany()) return store.members(record, property).size() != 0;
+  if (property.isToMany()) return store.firstMember(record, property) != nullptr;
   return referenceOf(record, property) != nullptr;
 }
 
@@ -119,6 +119,12 @@ ChangeSet changeSet(StoreParts& store) {
     EntityRecords& records = store.entities[ordinal];
     changes.nextIds.emplace_back(records.entity, records.nextId);
   }
+  if (changes.empty()) return changes;
+  for (const EntityRecords& records : store.entities) {
+    if (!records.sums) continue;
+    if (auto sums = store.sums(*records.entity).changedLines())
+      changes.sums.push_back(std::move(*sums));
+  }
   return changes;
 }
 
@@ -129,6 +135,7 @@ bool validateAndCommit(StoreParts& store, ErrorOut error) {
   for (const RecordChange& change : changes.changes)
     if (change.kind == RecordChange::Kind::Update)
       ++RecordAccess::version(*store.of(change.values.entity()).table.find(change.id));
+  for (const ChangeSet::Sums& sums : changes.sums) store.sums(*sums.entity).saved();
   return true;
 }
 
@@ -173,12 +180,17 @@ bool save(StoreParts& store, ErrorOut error) {
 
 namespace {
 
-// Compares every far set with what the to-one sides say, and every index with a scan.
+// Compares every far set with what the to-one sides say, and every index with a scan. What is known
+// of entities by lookup is noted before reading them whole replaces it.
 class SelfCheck {
  public:
   explicit SelfCheck(StoreParts& store) : store_(store) {}
 
   std::vector<std::string> run() {
+    for (EntityRecords& records : store_.entities) {
+      noteSets(records);
+      if (records.byLookup()) checkChangedIndexes(records);
+    }
     for (const Entity& entity : store_.schema->entities()) {
       const auto records = store_.all(entity);
       if (records.size() != store_.count(entity))
@@ -191,11 +203,52 @@ class SelfCheck {
       for (const IndexLayout& layout : entity.indexes()) checkIndex(entity, records, layout);
       if (entity.keptSum() != nullptr) checkSums(entity, records);
     }
+    for (const KnownSet& known : knownSets_) checkKnownSet(known);
     return std::move(faults_);
   }
 
  private:
   void report(std::string fault) { faults_.push_back(std::move(fault)); }
+
+  struct KnownSet {
+    const Record* owner;
+    const Property* toMany;
+    std::vector<const Record*> members;
+  };
+
+  void noteSets(EntityRecords& records) {
+    records.table.forEach([&](Record* owner) {
+      if (RecordAccess::slots(*owner) == nullptr || !RecordAccess::isLive(*owner)) return;
+      for (const Property& property : records.entity->properties()) {
+        if (!property.isToMany() || !store_.hasMembers(*owner, property)) continue;
+        KnownSet known{owner, &property, {}};
+        store_.setOf(*owner, property).forEach([&](const Record* member) {
+          known.members.push_back(member);
+        });
+        knownSets_.push_back(std::move(known));
+      }
+    });
+  }
+
+  void checkKnownSet(const KnownSet& known) {
+    std::vector<const Record*> members;
+    store_.members(*known.owner, *known.toMany).forEach([&](const Record* member) {
+      members.push_back(member);
+    });
+    if (members != known.members)
+      report(known.owner->description() + ": " + known.toMany->name() + " was known wrong");
+  }
+
+  void checkChangedIndexes(EntityRecords& records) {
+    std::vector<Record*> changed;
+    records.table.forEach([&](Record* record) {
+      if (RecordAccess::slots(*record) != nullptr && RecordAccess::isLive(*record) &&
+          isChangedSinceSave(*record))
+        changed.push_back(record);
+    });
+    for (const IndexLayout& layout : records.entity->indexes())
+      checkIndex(*records.entity, changed, layout);
+  }
 
   void checkTargets(const std::vector<Record*>& records, const Property& toOne) {
     if (toOne.inverse().deleteRule() == DeleteRule::Deny) return;
@@ -249,13 +302,12 @@ class SelfCheck {
   }
 
   void checkSums(const Entity& entity, const std::vector<Record*>& records) {
-    const KeptSums& kept = store_.sums(entity);
-    KeptSums fresh(*entity.keptSum());
-    fresh.build(records);
-    if (!kept.agreesWith(fresh)) report(entity.name() + ": the kept sums differ from a scan");
+    if (!store_.sums(entity).agreesWithScan(records))
+      report(entity.name() + ": the kept sums differ from a scan");
   }
 
   StoreParts& store_;
+  std::vector<KnownSet> knownSets_;
   std::vector<std::string> faults_;
 };
 

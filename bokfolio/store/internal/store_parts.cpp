@@ -1,6 +1,6 @@
 #include "bokfolio/store/internal/store_parts.hpp"
 
-#include <optional>
+#include <algorithm>
 #include <string>
 
 #include "bokfolio/store/store_error.hpp"
@@ -8,70 +8,6 @@
 namespace bokfolio {
 
 namespace {
-
-// Makes records of what the engine reports. A record that is in memory already keeps its values:
-// they are newer, or the same.
-class LoadingSink final : public RecordSink {
- public:
-  LoadingSink(StoreParts& store, EntityRecords& records) : store_(store), records_(records) {}
-  LoadingSink(const LoadingSink&) = delete;
-  LoadingSink& operator=(const LoadingSink&) = delete;
-  ~LoadingSink() override { drop(); }
-
-  void begin(RecordId id, std::uint32_t version) override {
-    drop();
-    Record* record = store_.place(*records_.entity, id);
-    if (record == nullptr || RecordAccess::slots(*record) != nullptr || record->isGone()) return;
-    record_ = record;
-    version_ = version;
-    slots_ = records_.pool.allocate();
-    writer_.emplace(*records_.entity, slots_);
-  }
-  void integer(std::uint16_t ordinal, std::int64_t value) override {
-    if (writer_) writer_->setInteger(ordinal, value);
-  }
-  void real(std::uint16_t ordinal, double value) override {
-    if (writer_) writer_->setReal(ordinal, value);
-  }
-  void decimal(std::uint16_t ordinal, const Decimal& value) override {
-    if (writer_) writer_->setDecimal(ordinal, value);
-  }
-  void text(std::uint16_t ordinal, std::string_view value) override {
-    if (writer_) writer_->setText(ordinal, value);
-  }
-  void date(std::uint16_t ordinal, Date value) override {
-    if (writer_) writer_->setDate(ordinal, value);
-  }
-  void blob(std::uint16_t ordinal, std::string_view value) override { text(ordinal, value); }
-  void reference(std::uint16_t ordinal, RecordId value) override {
-    if (!writer_) return;
-    const Entity& target = records_.entity->property(ordinal).target();
-    writer_->setReference(ordinal, store_.place(target, value));
-  }
-  // Only a record that was read to its end has its values.
-  void end() override {
-    if (!writer_) return;
-    RecordAccess::version(*record_) = version_;
-    RecordAccess::slots(*record_) = slots_;
-    ++records_.liveCount;
-    writer_.reset();
-  }
-
- private:
-  void drop() {
-    if (!writer_) return;
-    internal::releaseSlots(*records_.entity, slots_);
-    records_.pool.free(slots_);
-    writer_.reset();
-  }
-
-  StoreParts& store_;
-  EntityRecords& records_;
-  std::optional<internal::SlotWriter> writer_;  // while a record is being read
-  Record* record_ = nullptr;
-  std::byte* slots_ = nullptr;
-  std::uint32_t version_ = 0;
-};
 
 constexpr RecordId kMaximumId = RecordId{1} << 32;
 
@@ -82,32 +18,45 @@ void requireSensible(const Entity& entity, RecordId id) {
 
 }  // namespace
 
-EntityRecords::EntityRecords(const Entity& described)
+// --- One entity
+
+EntityRecords::EntityRecords(StoreParts& store, const Entity& described)
     : entity(&described),
       pool(described.slotBytes()),
       defaults(pool.allocate()),
-      inverseBuilt(described.properties().size(), false) {
-  for (const IndexLayout& layout : described.indexes()) indexes.emplace_back(layout);
-  if (const KeptSumLayout* layout = described.keptSum()) sums.emplace(*layout);
+      inverseBuilt(described.properties().size(), false),
+      membersAhead(described.properties().size()) {
+  for (const IndexLayout& layout : described.indexes()) {
+    indexes.emplace_back(layout);
+    if (described.byLookup()) indexes.back().reset(internal::Index::Coverage::Changed);
+  }
+  if (described.keptSum() != nullptr) sums.emplace(store, described);
   internal::SlotWriter slots(described, defaults);
   for (const Property& property : described.properties())
     if (!property.isRelationship())
       slots.setValue(property, internal::fittingValue(property, property.defaultValue()));
 }
 
+EntityRecords::~EntityRecords() { internal::releaseSlots(*entity, defaults); }
+
 void EntityRecords::await(Record& record) {
   for (internal::Index& index : indexes)
-    if (index.built()) index.await(record);
-  if (sums && sums->built()) sums->await(record);
+    if (index.follows()) index.await(record);
+  if (sums && sums->follows()) sums->await(record);
 }
 
 void EntityRecords::drop(Record& record) {
   for (internal::Index& index : indexes)
-    if (index.built()) index.drop(record);
-  if (sums && sums->built()) sums->drop(record);
+    if (index.follows()) index.drop(record);
+  if (sums && sums->follows()) sums->drop(record);
 }
 
-EntityRecords::~EntityRecords() { internal::releaseSlots(*entity, defaults); }
+void EntityRecords::awaitChanged(Record& record) {
+  for (internal::Index& index : indexes)
+    if (index.coverage() == internal::Index::Coverage::Changed) index.await(record);
+}
+
+// --- All of them
 
 StoreParts::StoreParts(Context& face, std::shared_ptr<const Schema> frozen,
                        std::unique_ptr<Persistence> engine, Environment services)
@@ -115,9 +64,10 @@ StoreParts::StoreParts(Context& face, std::shared_ptr<const Schema> frozen,
       schema(std::move(frozen)),
       persistence(std::move(engine)),
       environment(std::move(services)),
+      savedRecords(*this),
       journal(*this),
       life(std::make_shared<int>(0)) {
-  for (const Entity& entity : schema->entities()) entities.emplace_back(entity);
+  for (const Entity& entity : schema->entities()) entities.emplace_back(*this, entity);
 }
 
 StoreParts::~StoreParts() {
@@ -135,33 +85,29 @@ StoreParts::~StoreParts() {
 void StoreParts::load(const Entity& entity) {
   EntityRecords& records = of(entity);
   if (records.loaded) return;
-  LoadingSink sink(*this, records);
-  std::optional<Error> error;
-  if (!persistence->load(entity, sink, &error)) {
-    throw LoadError("the records of " + entity.name() + " cannot be read: " +
-                    (error ? error->localizedDescription() : std::string("unknown failure")));
-  }
+  records.saved = savedRecords.load(entity);
   records.loaded = true;
+  if (!entity.byLookup()) return;
+  for (internal::Index& index : records.indexes) index.reset(internal::Index::Coverage::None);
 }
 
 void StoreParts::fault(const Record& record) {
   if (record.isGone())
     throw RecordGoneError(record.entityName() + " " + std::to_string(record.id()) +
                           " is gone: its deletion was saved or its insertion taken back");
-  load(record.entity());
+  if (of(record.entity()).byLookup()) {
+    savedRecords.fault(record);
+  } else {
+    load(record.entity());
+  }
   if (RecordAccess::slots(record) == nullptr)
     throw LoadError(record.entityName() + " " + std::to_string(record.id()) +
                     " is referred to but not in the document");
 }
 
 Record* StoreParts::make(const Entity& entity) {
+  learnNextId(entity);
   EntityRecords& records = of(entity);
-  if (records.nextId == 0) {
-    std::optional<Error> error;
-    if (!persistence->nextId(entity, records.nextId, &error))
-      throw LoadError("no id for a new record of " + entity.name() + ": " +
-                      (error ? error->localizedDescription() : std::string("unknown failure")));
-  }
   requireSensible(entity, records.nextId);
   Record* record = records.table.add(entity.make({&context, &entity, records.nextId++}));
   std::byte*& slots = RecordAccess::slots(*record);
@@ -179,10 +125,28 @@ Record* StoreParts::place(const Entity& entity, RecordId id) {
   return records.table.add(entity.make({&context, &entity, id}));
 }
 
+Record* StoreParts::find(const Entity& entity, RecordId id) {
+  if (!of(entity).byLookup()) load(entity);
+  Record* record = of(entity).table.find(id);
+  if (of(entity).byLookup() && id != 0 && id <= kMaximumId &&
+      (record == nullptr || RecordAccess::slots(*record) == nullptr)) {
+    SavedQuestion question;
+    question.entity = &entity;
+    question.conditions.resize(1);
+    question.conditions[0].low = question.conditions[0].high = static_cast<std::int64_t>(id);
+    savedRecords.read(question);
+    record = of(entity).table.find(id);
+  }
+  if (record == nullptr || RecordAccess::slots(*record) == nullptr) return nullptr;
+  return RecordAccess::isLive(*record) ? record : nullptr;
+}
+
+// --- All records
+
 std::vector<Record*> StoreParts::all(const Entity& entity) {
   load(entity);
   std::vector<Record*> live;
-  live.reserve(of(entity).liveCount);
+  live.reserve(count(entity));
   of(entity).table.forEach([&](Record* record) {
     if (RecordAccess::isLive(*record) && RecordAccess::slots(*record) != nullptr)
       live.push_back(record);
@@ -191,71 +155,264 @@ std::vector<Record*> StoreParts::all(const Entity& entity) {
 }
 
 std::size_t StoreParts::count(const Entity& entity) {
-  load(entity);
-  return of(entity).liveCount;
+  EntityRecords& records = of(entity);
+  if (!records.saved) {
+    if (entity.byLookup()) {
+      SavedQuestion question;
+      question.entity = &entity;
+      records.saved = savedRecords.count(question);
+    } else {
+      load(entity);
+    }
+  }
+  return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(*records.saved) + records.sinceSave);
+}
+
+double StoreParts::roughCount(const Entity& entity) {
+  EntityRecords& records = of(entity);
+  if (!records.saved && !entity.byLookup()) load(entity);
+  if (records.saved) return static_cast<double>(count(entity));
+  learnNextId(entity);
+  return static_cast<double>(records.nextId - 1);
+}
+
+void StoreParts::learnNextId(const Entity& entity) {
+  EntityRecords& records = of(entity);
+  if (records.nextId != 0) return;
+  std::optional<Error> error;
+  if (!persistence->nextId(entity, records.nextId, &error))
+    throw LoadError("no id for a new record of " + entity.name() + ": " +
+                    (error ? error->localizedDescription() : std::string("unknown failure")));
+}
+
+std::vector<Record*> StoreParts::unchanged(const SavedQuestion& question) {
+  std::vector<Record*> records = savedRecords.find(question);
+  records.erase(std::remove_if(records.begin(), records.end(),
+                               [](const Record* each) { return isChangedSinceSave(*each); }),
+                records.end());
+  return records;
+}
+
+const internal::Index& StoreParts::index(const Entity& entity, std::uint16_t ordinal) {
+  internal::Index& index = of(entity).indexes[ordinal];
+  if (index.follows()) {
+    index.attachWaiting();
+  } else {
+    index.build(all(entity));
+  }
+  return index;
+}
+
+bool StoreParts::findSums(ErrorOut error) {
+  for (EntityRecords& records : entities) {
+    bool kept = false;
+    if (!records.sums) continue;
+    if (!persistence->keepsSums(*records.entity, kept, error)) return false;
+    if (kept) records.sums->useDocument();
+  }
+  return true;
+}
+
+internal::KeptSums& StoreParts::sums(const Entity& entity) {
+  internal::KeptSums& sums = *of(entity).sums;
+  if (!sums.follows()) {
+    // The way back from the far records is complete before any of them can change.
+    const Property& via = *entity.keptSum()->via;
+    load(via.target());
+    load(entity);
+    if (!of(entity).inverseBuilt[via.ordinal()]) buildInverse(via);
+    sums.build(all(entity));
+  }
+  sums.attachWaiting();
+  return sums;
+}
+
+// --- Far sides
+
+SavedQuestion StoreParts::membersQuestion(const Record& owner, const Property& toMany) {
+  const Property& toOne = toMany.inverse();
+  SavedQuestion question;
+  question.entity = &toOne.entity();
+  question.conditions.resize(1);
+  question.conditions[0].ordinal = toOne.ordinal();
+  question.conditions[0].low = question.conditions[0].high = static_cast<std::int64_t>(owner.id());
+  return question;
+}
+
+internal::RelationSet& StoreParts::setOf(const Record& owner, const Property& toMany) {
+  slots(owner);
+  auto& record = const_cast<Record&>(owner);  // NOLINT: the set is made on first use
+  auto& set =
+      internal::SlotWriter(owner.entity(), RecordAccess::slots(record)).relation(toMany.ordinal());
+  if (set == nullptr) {
+    set = new internal::RelationSet;
+    set->setComplete(RecordAccess::has(owner, RecordAccess::kBornHere));
+  }
+  return *set;
+}
+
+// Whether both sides are in memory as a whole, or will be when one of their records is wanted.
+bool StoreParts::isWhole(const Property& toOne) {
+  return !of(toOne.entity()).byLookup() && !of(toOne.target()).byLookup();
+}
+
+bool StoreParts::hasMembers(const Record& owner, const Property& toMany) {
+  const Property& toOne = toMany.inverse();
+  return of(toOne.entity()).inverseBuilt[toOne.ordinal()] || setOf(owner, toMany).isComplete();
 }
 
 const internal::RelationSet& StoreParts::members(const Record& owner, const Property& toMany) {
+  const internal::RelationSet& set = setOf(owner, toMany);
+  if (hasMembers(owner, toMany)) return set;
   const Property& toOne = toMany.inverse();
-  auto& built = of(toOne.entity()).inverseBuilt;
-  auto& record = const_cast<Record&>(owner);  // NOLINT: the set is made on first use
-  if (!built[toOne.ordinal()] && (RecordAccess::state(record) & RecordAccess::kBornHere) == 0) {
+  if (isWhole(toOne)) {
     buildInverse(toOne);
+  } else {
+    completeSets(owner, toMany);
   }
-  slots(owner);
-  auto& set =
-      internal::SlotWriter(owner.entity(), RecordAccess::slots(record)).relation(toMany.ordinal());
-  if (set == nullptr) set = new internal::RelationSet;
-  return *set;
+  return setOf(owner, toMany);
+}
+
+// The owner's set, and those of the owners that follow it when sets are wanted one after the other.
+void StoreParts::completeSets(const Record& owner, const Property& toMany) {
+  const Property& toOne = toMany.inverse();
+  EntityRecords& owners = of(owner.entity());
+  ReadAhead& ahead = owners.membersAhead[toMany.ordinal()];
+  ahead.reach(owner.id());
+  SavedQuestion question = membersQuestion(owner, toMany);
+  question.conditions[0].high = static_cast<std::int64_t>(ahead.next - 1);
+  for (Record* member : savedRecords.read(question)) {
+    slots(*member);
+    Record* at = internal::referenceOf(*member, toOne);
+    if (at == nullptr || !RecordAccess::isLive(*member)) continue;
+    if (RecordAccess::slots(*at) != nullptr) setOf(*at, toMany).insert(member);
+  }
+  for (RecordId id = owner.id(); id < ahead.next; ++id) {
+    const Record* each = owners.table.find(id);
+    if (each == nullptr || RecordAccess::slots(*each) == nullptr) continue;
+    internal::RelationSet& set = setOf(*each, toMany);
+    addLaterLinks(*each, toMany, set);
+    set.setComplete(true);
+  }
+}
+
+void StoreParts::addLaterLinks(const Record& owner, const Property& toMany,
+                               internal::RelationSet& set) {
+  const auto [from, to] = laterLinks_.equal_range(&owner);
+  for (auto link = from; link != to; ++link) {
+    Record* member = link->second.second;
+    if (link->second.first == &toMany && RecordAccess::isLive(*member) &&
+        internal::referenceOf(*member, toMany.inverse()) == &owner)
+      set.insert(member);
+  }
 }
 
 void StoreParts::buildInverse(const Property& toOne) {
   const Property& toMany = toOne.inverse();
   load(toMany.entity());
   load(toOne.entity());
-  const auto setOf = [&](Record& owner) -> internal::RelationSet*& {
-    return internal::SlotWriter(toMany.entity(), RecordAccess::slots(owner))
-        .relation(toMany.ordinal());
-  };
   // Records born here have kept their sets all along; building all anew is simpler and as right.
   of(toMany.entity()).table.forEach([&](Record* owner) {
     if (RecordAccess::slots(*owner) == nullptr) return;
-    if (auto* set = setOf(*owner)) set->clear();
+    if (auto* set = internal::SlotWriter(toMany.entity(), RecordAccess::slots(*owner))
+                        .relation(toMany.ordinal()))
+      set->clear();
   });
   for (Record* member : all(toOne.entity())) {
     const SlotView values = RecordAccess::view(*member);
     if (values.isNil(toOne.ordinal())) continue;
-    Record* owner = values.reference(toOne.ordinal());
-    slots(*owner);
-    auto& set = setOf(*owner);
-    if (set == nullptr) set = new internal::RelationSet;
-    set->insert(member);
+    setOf(*values.reference(toOne.ordinal()), toMany).insert(member);
   }
   of(toOne.entity()).inverseBuilt[toOne.ordinal()] = true;
 }
 
-const internal::Index& StoreParts::index(const Entity& entity, std::uint16_t ordinal) {
-  internal::Index& index = of(entity).indexes[ordinal];
-  if (!index.built()) {
-    index.build(all(entity));
-  } else {
-    index.attachWaiting();
+Record* StoreParts::firstMember(const Record& owner, const Property& toMany) {
+  if (hasMembers(owner, toMany) || isWhole(toMany.inverse())) return members(owner, toMany).first();
+  // Some of the first few saved members have nearly always stayed.
+  constexpr std::size_t kFew = 8;
+  SavedQuestion question = membersQuestion(owner, toMany);
+  question.limit = kFew;
+  internal::RelationSet& known = setOf(owner, toMany);
+  addLaterLinks(owner, toMany, known);
+  for (Record* member : savedRecords.find(question)) {
+    slots(*member);
+    if (!RecordAccess::isLive(*member) ||
+        internal::referenceOf(*member, toMany.inverse()) != &owner)
+      continue;
+    Record* added = known.first();
+    return added != nullptr && added->id() < member->id() ? added : member;
   }
-  return index;
+  return members(owner, toMany).first();
 }
 
-const internal::KeptSums& StoreParts::sums(const Entity& entity) {
-  internal::KeptSums& sums = *of(entity).sums;
-  if (sums.built()) {
-    sums.attachWaiting();
-    return sums;
+std::size_t StoreParts::memberCount(const Record& owner, const Property& toMany) {
+  if (hasMembers(owner, toMany) || isWhole(toMany.inverse())) return members(owner, toMany).size();
+  if (!journal.tracking().empty()) return members(owner, toMany).size();
+  return savedRecords.count(membersQuestion(owner, toMany));
+}
+
+void StoreParts::linkLater(const Record& owner, const Property& toMany, Record& member) {
+  laterLinks_.emplace(&owner, LaterLink(&toMany, &member));
+}
+
+// --- Letting go
+
+void StoreParts::settle() {
+  laterLinks_.clear();
+  for (EntityRecords& records : entities) {
+    if (records.byLookup())
+      for (internal::Index& index : records.indexes)
+        index.reset(internal::Index::Coverage::Changed);
+    if (records.sums && records.sums->follows()) records.sums->settle();
+    records.sinceSave = 0;
   }
-  // The way back from the far records is complete before any of them can change.
-  const Property& via = *entity.keptSum()->via;
-  load(via.target());
-  if (!of(entity).inverseBuilt[via.ordinal()]) buildInverse(via);
-  sums.build(all(entity));
-  return sums;
+}
+
+// Whether nothing would be lost: the document has the values, and the sets hold nothing new.
+bool StoreParts::canRelease(const Record& record) const {
+  if (RecordAccess::slots(record) == nullptr || isChangedSinceSave(record) ||
+      RecordAccess::has(record, RecordAccess::kObserved) || laterLinks_.count(&record) != 0)
+    return false;
+  const SlotView values = RecordAccess::view(record);
+  bool can = true;
+  for (const Property& property : record.entity().properties()) {
+    if (property.transient() && !values.isNil(property.ordinal())) return false;
+    if (!property.isToMany()) continue;
+    if (const internal::RelationSet* set = values.relation(property.ordinal()))
+      set->forEach([&](const Record* member) { can = can && !isChangedSinceSave(*member); });
+  }
+  return can;
+}
+
+std::size_t StoreParts::release() {
+  std::size_t released = 0;
+  for (EntityRecords& records : entities) {
+    if (!records.entity->byLookup()) continue;
+    records.table.forEach([&](Record* record) {
+      if (!canRelease(*record)) return;
+      std::byte*& slots = RecordAccess::slots(*record);
+      internal::releaseSlots(*records.entity, slots);
+      records.pool.free(slots);
+      slots = nullptr;
+      RecordAccess::lower(*record, RecordAccess::kBornHere);
+      ++released;
+    });
+    for (const Property& property : records.entity->properties()) {
+      if (property.isToOne()) records.inverseBuilt[property.ordinal()] = false;
+      if (property.isToMany())
+        of(property.inverse().entity()).inverseBuilt[property.inverse().ordinal()] = false;
+    }
+    if (!records.loaded) continue;
+    records.loaded = false;
+    for (internal::Index& index : records.indexes)
+      index.reset(internal::Index::Coverage::Changed);
+    records.table.forEach([&](Record* record) {
+      if (RecordAccess::slots(*record) != nullptr && RecordAccess::isLive(*record) &&
+          isChangedSinceSave(*record))
+        records.awaitChanged(*record);
+    });
+  }
+  return released;
 }
 
 }  // namespace bokfolio

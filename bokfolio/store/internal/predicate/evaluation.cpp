@@ -46,7 +46,7 @@ bool BoundComparison::holds(StoreParts& store, const Record& record) const {
   // The constant is not nil.
   if (isNil) return comparison_ == Comparison::NotEqual;
   if (test_ != Test::Count) return holdsForSlot(store.slots(*at));
-  const auto count = static_cast<std::int64_t>(store.members(*at, left_->last()).size());
+  const auto count = static_cast<std::int64_t>(store.memberCount(*at, left_->last()));
   return satisfies(comparison_, count <=> integer_);
 }
 
