@@ -81,10 +81,13 @@ std::optional<std::vector<Record*>> Context::fetchEntitiesWithName(
   if (fetchLimit > 0) query.limit = static_cast<std::size_t>(fetchLimit);
   try {
     return run(query);
-  } catch (const LoadError&) {
+  } catch (const LoadError& failure) {
+    parts_->fetchFailure = failure.what();
     return std::nullopt;
   }
 }
+
+const std::string& Context::fetchFailure() const { return parts_->fetchFailure; }
 
 std::size_t Context::count(std::string_view entityName, const std::optional<Predicate>& predicate) {
   return countOf(fetchQuery(*parts_, entityName, predicate));
@@ -145,6 +148,11 @@ Decimal Context::keptSum(std::string_view entityName, const KeptSumQuestion& que
   const Entity& entity = schema().entity(entityName);
   if (entity.keptSum() == nullptr) throw StoreError(entity.name() + " keeps no sum");
   return parts_->sums(entity).find(question).total();
+}
+
+bool Context::rebuildSums(ErrorOut error) {
+  if (hasChanges()) throw StoreError("sums are rebuilt from what is saved; there are changes");
+  return internal::rebuildSums(*parts_, error);
 }
 
 std::size_t Context::releaseUnused() { return parts_->release(); }

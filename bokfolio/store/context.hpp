@@ -76,6 +76,8 @@ class BOKFOLIO_EXPORT Context {
       std::string_view entityName, const std::optional<Predicate>& predicate = std::nullopt,
       const std::optional<std::vector<SortDescriptor>>& sortDescriptors = std::nullopt,
       std::ptrdiff_t fetchLimit = -1);
+  // Why the latest fetch that failed did.
+  const std::string& fetchFailure() const;
   // The same for a class; a failed fetch is empty.
   template <class T>
   std::vector<T*> fetch(const std::optional<Predicate>& predicate = std::nullopt,
@@ -140,6 +142,11 @@ class BOKFOLIO_EXPORT Context {
   // the record itself is not undone singly.
   void performAfterDelay(Record& record, std::int64_t microseconds,
                          std::function<void(Record&)> work);
+
+  // Computes the kept sums anew from all records and writes them, for a document whose sums verify()
+  // finds wrong. Throws StoreError when there are unsaved changes, LoadError. Errors: the engine's.
+  // Cost: everything that the sums are made of is read.
+  bool rebuildSums(ErrorOut error = nullptr);
 
   // Lets go of the values of records that are as saved, where entities are looked up record by
   // record (EntityTable::byLookup): reading them again fetches them again. Records that were changed

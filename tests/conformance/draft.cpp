@@ -16,15 +16,14 @@ PropertyDescription property(std::string name, PropertyKind kind, std::string ta
   return description;
 }
 
-class ContentSink final : public RecordSink {
+class AnswerSink final : public RecordSink {
  public:
-  ContentSink(const Entity& entity, std::map<RecordId, Saved>& records)
-      : entity_(entity), records_(records) {}
+  AnswerSink(const Entity& entity, Answer& records) : entity_(entity), records_(records) {}
 
   void begin(RecordId id, std::uint32_t version) override {
-    EXPECT_TRUE(records_.empty() || id > records_.rbegin()->first);
-    current_ = &records_[id];
-    current_->version = version;
+    EXPECT_FALSE(open_);
+    open_ = true;
+    records_.push_back({id, {version, {}}});
   }
   void integer(std::uint16_t ordinal, std::int64_t value) override { put(ordinal, value); }
   void real(std::uint16_t ordinal, double value) override { put(ordinal, value); }
@@ -37,16 +36,18 @@ class ContentSink final : public RecordSink {
     put(ordinal, Blob{std::string(value)});
   }
   void reference(std::uint16_t ordinal, RecordId value) override { put(ordinal, Reference{value}); }
-  void end() override { current_ = nullptr; }
+  void end() override { open_ = false; }
 
  private:
   void put(std::uint16_t ordinal, Cell value) {
-    current_->cells.emplace(entity_.property(ordinal).name(), std::move(value));
+    EXPECT_TRUE(open_);
+    auto& cells = records_.back().second.cells;
+    EXPECT_TRUE(cells.emplace(entity_.property(ordinal).name(), std::move(value)).second);
   }
 
   const Entity& entity_;
-  std::map<RecordId, Saved>& records_;
-  Saved* current_ = nullptr;
+  Answer& records_;
+  bool open_ = false;
 };
 
 }  // namespace
@@ -69,6 +70,7 @@ std::shared_ptr<const Schema> paperSchema(bool extended) {
                       property("scan", PropertyKind::Binary),
                       property("folder", PropertyKind::ToOne, "Folder", "papers"),
                       property("next", PropertyKind::ToOne, "Paper")};
+  paper.indexes = {{{"folder", "count"}}, {{"date"}}, {{"order by"}}};
   EntityDescription stamp;
   stamp.name = "Stamp";
   stamp.properties = {property("paper", PropertyKind::ToOne, "Paper")};
@@ -77,6 +79,27 @@ std::shared_ptr<const Schema> paperSchema(bool extended) {
   paper.properties.push_back(property("price", PropertyKind::Decimal));
   paper.properties.push_back(property("cover", PropertyKind::ToOne, "Paper"));
   return std::make_shared<Schema>(std::vector{stamp, paper, folder});
+}
+
+std::shared_ptr<const Schema> sumSchema(Keeping keeping, bool lines) {
+  std::vector<EntityDescription> entities(lines ? 5 : 4);
+  const std::vector<std::string> names = {"Period", "Holder", "Mark", "Sheet", "Line"};
+  for (std::size_t i = 0; i < entities.size(); ++i) entities[i].name = names[i];
+  entities[3].properties = {property("period", PropertyKind::ToOne, "Period"),
+                            property("instant", PropertyKind::Date)};
+  if (!lines) return std::make_shared<Schema>(entities);
+  entities[4].properties = {property("in", PropertyKind::Decimal),
+                            property("out", PropertyKind::Decimal),
+                            property("state", PropertyKind::Integer),
+                            property("holder", PropertyKind::ToOne, "Holder"),
+                            property("mark", PropertyKind::ToOne, "Mark"),
+                            property("sheet", PropertyKind::ToOne, "Sheet")};
+  if (keeping != Keeping::Nothing) {
+    const std::int64_t unless = keeping == Keeping::Sums ? 1 : 2;
+    entities[4].keptSum = KeptSumDescription{"in",   "out",   "state",  unless,   "holder",
+                                             "mark", "sheet", "period", "instant"};
+  }
+  return std::make_shared<Schema>(entities);
 }
 
 Draft::~Draft() {
@@ -141,22 +164,118 @@ Draft& Draft::nextId(const std::string& entity, RecordId id) {
   return *this;
 }
 
+Draft& Draft::sums(const std::string& entity, std::vector<SumLine> lines, bool replacesAll) {
+  changes_.sums.push_back({&schema_->entity(entity), replacesAll, std::move(lines)});
+  return *this;
+}
+
 Content contentOf(Persistence& engine, const Schema& schema) {
   Content content;
   for (const Entity& entity : schema.entities()) {
-    ContentSink sink(entity, content[entity.name()]);
+    Answer records;
+    AnswerSink sink(entity, records);
     std::optional<Error> error;
     EXPECT_TRUE(engine.load(entity, sink, &error)) << error->localizedDescription();
+    auto& saved = content[entity.name()];
+    for (auto& [id, record] : records) {
+      EXPECT_TRUE(saved.empty() || id > saved.rbegin()->first);
+      saved.emplace(id, std::move(record));
+    }
   }
   return content;
 }
 
 std::optional<PersistenceError> loading(Persistence& engine, const Entity& entity) {
-  std::map<RecordId, Saved> records;
-  ContentSink sink(entity, records);
+  Answer records;
+  AnswerSink sink(entity, records);
   std::optional<Error> error;
   if (engine.load(entity, sink, &error)) return std::nullopt;
   return codeOf(error);
+}
+
+std::optional<PersistenceError> finding(Persistence& engine, const SavedQuestion& question,
+                                        Answer& answer) {
+  answer.clear();
+  AnswerSink sink(*question.entity, answer);
+  std::optional<Error> error;
+  if (engine.find(question, sink, &error)) return std::nullopt;
+  return codeOf(error);
+}
+
+std::vector<RecordId> idsOf(Persistence& engine, const SavedQuestion& question) {
+  Answer answer;
+  EXPECT_EQ(finding(engine, question, answer), std::nullopt);
+  std::vector<RecordId> ids;
+  for (const auto& [id, record] : answer) ids.push_back(id);
+  return ids;
+}
+
+std::size_t countOf(Persistence& engine, const SavedQuestion& question) {
+  std::size_t count = 0;
+  std::optional<Error> error;
+  EXPECT_TRUE(engine.count(question, count, &error)) << error->localizedDescription();
+  return count;
+}
+
+std::optional<Lines> linesOf(Persistence& engine, const Entity& entity,
+                             const SumLineQuestion& question) {
+  struct Sink final : SumLineSink {
+    void line(const SumLine& line) override { lines.push_back(line); }
+    Lines lines;
+  } sink;
+  std::optional<Error> error;
+  if (engine.sums(entity, question, sink, &error)) return sink.lines;
+  EXPECT_EQ(codeOf(error), PersistenceError::Failed);
+  return std::nullopt;
+}
+
+bool keepsSums(Persistence& engine, const Entity& entity) {
+  bool kept = false;
+  std::optional<Error> error;
+  EXPECT_TRUE(engine.keepsSums(entity, kept, &error)) << error->localizedDescription();
+  return kept;
+}
+
+Question& Question::inRange(const std::string& name, std::int64_t low, std::int64_t high) {
+  SavedCondition condition;
+  condition.ordinal = ordinalOf(name);
+  condition.low = low;
+  condition.high = high;
+  conditions.push_back(condition);
+  return *this;
+}
+
+Question& Question::isNil(const std::string& name, bool nil) {
+  SavedCondition condition;
+  condition.ordinal = ordinalOf(name);
+  condition.kind = nil ? SavedCondition::Kind::IsNil : SavedCondition::Kind::IsNotNil;
+  conditions.push_back(condition);
+  return *this;
+}
+
+Question& Question::isText(const std::string& name, std::string text) {
+  SavedCondition condition;
+  condition.ordinal = ordinalOf(name);
+  condition.kind = SavedCondition::Kind::IsText;
+  condition.text = std::move(text);
+  conditions.push_back(condition);
+  return *this;
+}
+
+Question& Question::by(const std::string& name, bool up) {
+  order = ordinalOf(name);
+  ascending = up;
+  return *this;
+}
+
+Question& Question::atMost(std::size_t most, std::size_t skipped) {
+  limit = most;
+  skip = skipped;
+  return *this;
+}
+
+std::uint16_t Question::ordinalOf(const std::string& name) const {
+  return name == "id" ? kIdOrdinal : entity->property(name)->ordinal();
 }
 
 RecordId nextIdOf(Persistence& engine, const Schema& schema, const std::string& entity) {

@@ -34,12 +34,35 @@ struct Saved {
   friend bool operator==(const Saved&, const Saved&) = default;
 };
 
+// As an engine gave them.
+using Answer = std::vector<std::pair<RecordId, Saved>>;
+
 // By entity and id.
 using Content = std::map<std::string, std::map<RecordId, Saved>>;
 
 // Two entities with every kind of property; `extended` has what a plug-in might add: properties
 // of Paper, and an entity that refers to Paper.
 std::shared_ptr<const Schema> paperSchema(bool extended = false);
+
+// Properties by name; "id" is the record's id.
+struct Question : SavedQuestion {
+  explicit Question(const Entity& about) { entity = &about; }
+
+  Question& inRange(const std::string& name, std::int64_t low, std::int64_t high);
+  Question& is(const std::string& name, std::int64_t value) { return inRange(name, value, value); }
+  Question& isNil(const std::string& name, bool nil = true);
+  Question& isText(const std::string& name, std::string text);
+  Question& by(const std::string& name, bool up = true);
+  Question& atMost(std::size_t most, std::size_t skipped = 0);
+
+ private:
+  std::uint16_t ordinalOf(const std::string& name) const;
+};
+
+// Lines with a holder, a mark and a sheet that has a period and an instant. What is kept of them:
+// no sums, what comes in less what goes out, or the same without the lines in another state.
+enum class Keeping : std::uint8_t { Nothing, Sums, OtherSums };
+std::shared_ptr<const Schema> sumSchema(Keeping keeping, bool lines = true);
 
 class Draft {
  public:
@@ -54,6 +77,7 @@ class Draft {
                 const std::vector<std::string>& changed);
   Draft& remove(const std::string& entity, RecordId id, std::uint32_t version);
   Draft& nextId(const std::string& entity, RecordId id);
+  Draft& sums(const std::string& entity, std::vector<SumLine> lines, bool replacesAll = false);
 
   const ChangeSet& changes() const { return changes_; }
 
@@ -71,6 +95,16 @@ class Draft {
 Content contentOf(Persistence& engine, const Schema& schema);
 // Loads an entity; nullopt when it succeeded.
 std::optional<PersistenceError> loading(Persistence& engine, const Entity& entity);
+// Asks a question; nullopt when it succeeded.
+std::optional<PersistenceError> finding(Persistence& engine, const SavedQuestion& question,
+                                        Answer& answer);
+std::vector<RecordId> idsOf(Persistence& engine, const SavedQuestion& question);
+std::size_t countOf(Persistence& engine, const SavedQuestion& question);
+// The lines of kept sums that are asked for; nullopt when that fails.
+using Lines = std::vector<SumLine>;
+std::optional<Lines> linesOf(Persistence& engine, const Entity& entity,
+                             const SumLineQuestion& question);
+bool keepsSums(Persistence& engine, const Entity& entity);
 RecordId nextIdOf(Persistence& engine, const Schema& schema, const std::string& entity);
 // nullopt when it succeeded.
 std::optional<PersistenceError> commit(Persistence& engine, const Draft& draft);

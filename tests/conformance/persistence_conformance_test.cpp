@@ -5,37 +5,11 @@
 #include <random>
 
 #include "bokfolio/store/context.hpp"
-#include "tests/conformance/draft.hpp"
-#include "tests/conformance/places.hpp"
+#include "tests/conformance/suite.hpp"
 
 namespace bokfolio::test {
 
 namespace {
-
-class Conformance : public testing::TestWithParam<PlaceKind> {
- protected:
-  Conformance() : place(GetParam().make()), schema(paperSchema()) {
-    engine = place->create();
-    EXPECT_TRUE(engine->open(*schema, nullptr));
-  }
-
-  void reopen() { reopen(schema); }
-  void reopen(std::shared_ptr<const Schema> other) {
-    engine.reset();
-    schema = std::move(other);
-    engine = place->again();
-    std::optional<Error> error;
-    ASSERT_TRUE(engine->open(*schema, &error)) << error->localizedDescription();
-  }
-  std::optional<PersistenceError> commit(const Draft& draft) {
-    return test::commit(*engine, draft);
-  }
-  Content content() { return contentOf(*engine, *schema); }
-
-  std::unique_ptr<Place> place;
-  std::shared_ptr<const Schema> schema;
-  std::unique_ptr<Persistence> engine;
-};
 
 std::string everyByte(std::size_t size) {
   std::string bytes(size, '\0');
@@ -401,8 +375,7 @@ TEST_P(Conformance, AContextFindsWhatAnotherSaved) {
   EXPECT_GT(context->insertNewObject("Folder")->id(), id);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Conformance, testing::ValuesIn(placeKinds()),
-                         [](const auto& kind) { return kind.param.name; });
+INSTANTIATE_TEST_SUITE_P(Engines, Conformance, testing::ValuesIn(placeKinds()), nameOfKind);
 
 }  // namespace
 

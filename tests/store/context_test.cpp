@@ -350,6 +350,19 @@ TEST_F(ContextTest, ARecordThatIsCutOffWhileReadIsReadAgain) {
       inner->load(entity, half, error);
       return false;
     }
+    bool find(const SavedQuestion& question, RecordSink& sink, ErrorOut error) override {
+      return inner->find(question, sink, error);
+    }
+    bool count(const SavedQuestion& question, std::size_t& count, ErrorOut error) override {
+      return inner->count(question, count, error);
+    }
+    bool keepsSums(const Entity& entity, bool& kept, ErrorOut error) override {
+      return inner->keepsSums(entity, kept, error);
+    }
+    bool sums(const Entity& entity, const SumLineQuestion& question, SumLineSink& sink,
+              ErrorOut error) override {
+      return inner->sums(entity, question, sink, error);
+    }
     bool nextId(const Entity& entity, RecordId& id, ErrorOut error) override {
       return inner->nextId(entity, id, error);
     }

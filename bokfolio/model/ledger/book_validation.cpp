@@ -29,7 +29,7 @@ bool Book::validateBookOnce(std::optional<std::int64_t>& proposed, ErrorOut erro
   Context& context = managedObjectContext();
   const auto sent =
       context.fetchEntitiesWithName(kInvoice, Predicate("dueDate != nil"), std::nullopt, 1);
-  if (!sent) return internal::refuseUnreadable(error, kInvoice, context);
+  if (!sent) return internal::refuseUnreadable(error, context);
   if (!sent->empty())
     environment().dialog().inform("", environment().text(kMethodWarning), environment().text("OK"));
   return true;

@@ -60,7 +60,7 @@ bool FiscalYear::updateStartingBalances(ErrorOut error) {
   // All that can fail is read before anything is changed.
   const auto accounts =
       context.fetchEntitiesWithName(Account::kEntityName, Account::balanceAccountPredicate());
-  if (!accounts) return internal::refuseUnreadable(error, Account::kEntityName, context);
+  if (!accounts) return internal::refuseUnreadable(error, context);
   SumsByNumber sums = closingBalances(*former, *accounts);
   removeAll(startingBalances(), context);
   for (Record* account : *accounts) {

@@ -41,8 +41,6 @@ class ChangeTracking {
   std::vector<SavedValues> touched() const;
 
   const std::vector<SavedValues>& saved() const { return saved_; }
-  // Nothing was inserted or touched since the last save.
-  bool empty() const { return inserted_.empty() && saved_.empty(); }
   // Everything is as the document has it. The blocks are the caller's to free.
   void clear();
 

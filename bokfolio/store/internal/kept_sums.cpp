@@ -288,6 +288,11 @@ void KeptSums::settle() {
   changed_.clear();
 }
 
+void KeptSums::forget() {
+  settle();
+  *this = KeptSums(*store_, *entity_);
+}
+
 // --- The check
 
 void KeptSums::learnEverything() {

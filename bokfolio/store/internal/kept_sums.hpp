@@ -60,6 +60,8 @@ class KeptSums {
   std::optional<ChangeSet::Sums> changedLines();
   // Document and memory agree: after a save, after a rollback.
   void settle();
+  // As if nothing had ever been asked or told. No record may have changed since the last save.
+  void forget();
   // The lines went to the document.
   void saved() { base_ = Base::Document; }
 

@@ -178,6 +178,19 @@ bool save(StoreParts& store, ErrorOut error) {
   return true;
 }
 
+bool rebuildSums(StoreParts& store, ErrorOut error) {
+  ChangeSet changes;
+  for (EntityRecords& records : store.entities) {
+    if (!records.sums) continue;
+    records.sums->forget();
+    if (auto sums = store.sums(*records.entity).changedLines())
+      changes.sums.push_back(std::move(*sums));
+  }
+  if (changes.empty() || !store.persistence->commit(changes, error)) return changes.empty();
+  for (const ChangeSet::Sums& sums : changes.sums) store.sums(*sums.entity).saved();
+  return true;
+}
+
 namespace {
 
 // Compares every far set with what the to-one sides say, and every index with a scan. What is known
@@ -191,6 +204,7 @@ class SelfCheck {
       noteSets(records);
       if (records.byLookup()) checkChangedIndexes(records);
     }
+    for (const Entity& entity : store_.schema->entities()) store_.load(entity);
     for (const Entity& entity : store_.schema->entities()) {
       const auto records = store_.all(entity);
       if (records.size() != store_.count(entity))

@@ -19,6 +19,7 @@ namespace bokfolio::internal {
 bool isChanged(const SavedValues& saved);
 bool hasChanges(StoreParts& store);
 bool save(StoreParts& store, ErrorOut error);
+bool rebuildSums(StoreParts& store, ErrorOut error);
 std::vector<std::string> verify(StoreParts& store);
 
 }  // namespace bokfolio::internal

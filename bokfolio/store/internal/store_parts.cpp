@@ -347,8 +347,19 @@ Record* StoreParts::firstMember(const Record& owner, const Property& toMany) {
 
 std::size_t StoreParts::memberCount(const Record& owner, const Property& toMany) {
   if (hasMembers(owner, toMany) || isWhole(toMany.inverse())) return members(owner, toMany).size();
-  if (!journal.tracking().empty()) return members(owner, toMany).size();
-  return savedRecords.count(membersQuestion(owner, toMany));
+  const Property& toOne = toMany.inverse();
+  const auto refers = [&](const SlotView& values) {
+    return &values.entity() == &toOne.entity() && !values.isNil(toOne.ordinal()) &&
+           values.reference(toOne.ordinal()) == &owner;
+  };
+  auto count = static_cast<std::ptrdiff_t>(savedRecords.count(membersQuestion(owner, toMany)));
+  for (const internal::SavedValues& each : journal.tracking().saved()) {
+    if (refers(SlotView(each.record->entity(), each.slots))) --count;
+    if (RecordAccess::isLive(*each.record) && refers(RecordAccess::view(*each.record))) ++count;
+  }
+  for (const Record* record : journal.tracking().inserted())
+    if (refers(RecordAccess::view(*record))) ++count;
+  return static_cast<std::size_t>(count);
 }
 
 void StoreParts::linkLater(const Record& owner, const Property& toMany, Record& member) {

@@ -11,6 +11,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -90,6 +91,7 @@ struct StoreParts {
   internal::SavedRecords savedRecords;
   internal::Observers observers;
   internal::Journal journal;
+  std::string fetchFailure;
   std::shared_ptr<int> life;  // expires with the context; deferred calls hold it weakly
 
   EntityRecords& of(const Entity& entity) { return entities[entity.ordinal()]; }

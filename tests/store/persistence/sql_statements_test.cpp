@@ -36,8 +36,8 @@ TEST(SqlStatements, AreWrittenInTheDialect) {
   EXPECT_EQ(addColumn(dialect, table, table.columns[2]),
             R"(ALTER TABLE "Row" ADD COLUMN "entry" oid )"
             R"(REFERENCES "Entry"("id") DEFERRABLE INITIALLY DEFERRED)");
-  EXPECT_EQ(createIndex(table, table.columns[2]),
-            R"(CREATE INDEX IF NOT EXISTS "Row.entry" ON "Row"("entry"))");
+  EXPECT_EQ(createIndex(table, {"Row.de\"bit.entry", {"de\"bit", "entry"}}),
+            R"(CREATE INDEX IF NOT EXISTS "Row.de""bit.entry" ON "Row"("de""bit","entry"))");
   EXPECT_EQ(select(table, {table.columns[1]}),
             R"(SELECT "id","version","de""bit" FROM "Row" ORDER BY "id")");
   EXPECT_EQ(insert(dialect, table),

@@ -41,7 +41,7 @@ TEST_F(SqliteDocument, LooksAsTheFormatSays) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{"document"});
   const std::string bytes = bytesOf(path);
   EXPECT_EQ(bytes.substr(68, 4), "BKFO");
-  EXPECT_EQ(bytes.substr(60, 4), std::string("\0\0\0\1", 4));
+  EXPECT_EQ(bytes.substr(60, 4), std::string("\0\0\0\2", 4));
   EXPECT_EQ(raw("SELECT value FROM bokfolio_document WHERE name='created_by'"), "1.2");
   EXPECT_EQ(raw("SELECT name || next_id FROM bokfolio_entity ORDER BY name"), "Folder2|Paper301");
   EXPECT_EQ(
@@ -50,14 +50,18 @@ TEST_F(SqliteDocument, LooksAsTheFormatSays) {
       R"("count" INTEGER, "weight" REAL, "amount" TEXT, "order by" TEXT, "date" INTEGER, )"
       R"("scan" BLOB, "folder" INTEGER REFERENCES "Folder"("id") DEFERRABLE INITIALLY DEFERRED, )"
       R"("next" INTEGER REFERENCES "Paper"("id") DEFERRABLE INITIALLY DEFERRED) STRICT|)"
+      R"(CREATE INDEX "Paper.date" ON "Paper"("date")|)"
       R"(CREATE INDEX "Paper.folder" ON "Paper"("folder")|)"
-      R"(CREATE INDEX "Paper.next" ON "Paper"("next"))");
+      R"(CREATE INDEX "Paper.folder.count" ON "Paper"("folder","count")|)"
+      R"(CREATE INDEX "Paper.next" ON "Paper"("next")|)"
+      R"(CREATE INDEX "Paper.order by" ON "Paper"("order by"))");
   EXPECT_EQ(raw("PRAGMA journal_mode"), "delete");
   // What a plug-in adds looks no different.
   schema = paperSchema(true);
   opened(OpenMode::ReadWrite);
   EXPECT_EQ(raw("SELECT name FROM sqlite_schema WHERE type='index' AND sql IS NOT NULL ORDER BY 1"),
-            "Paper.cover|Paper.folder|Paper.next|Stamp.paper");
+            "Paper.cover|Paper.date|Paper.folder|Paper.folder.count|Paper.next|Paper.order by|"
+            "Stamp.paper");
   EXPECT_EQ(raw("SELECT \"from\" || \"table\" FROM pragma_foreign_key_list('Paper') ORDER BY 1"),
             "coverPaper|folderFolder|nextPaper");
   EXPECT_EQ(raw("SELECT name FROM bokfolio_entity ORDER BY 1"), "Folder|Paper|Stamp");
@@ -97,7 +101,7 @@ TEST_F(SqliteDocument, OfFormat1IsReadAsItWasWritten) {
 TEST_F(SqliteDocument, WhatIsNoneIsToldApartAndLeftAlone) {
   createSample();
   const std::string good = bytesOf(path);
-  raw("PRAGMA user_version=2");
+  raw("PRAGMA user_version=3");
   const std::string newer = bytesOf(path);
   raw("PRAGMA user_version=0");
   const std::string unversioned = bytesOf(path);

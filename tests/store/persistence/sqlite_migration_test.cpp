@@ -9,12 +9,13 @@ using enum PersistenceError;
 using internal::Connection;
 using internal::DocumentFormat;
 
-// Formats that were never in use: 2 counts in dozens, 3 rebuilds a table.
+// Formats that were never in use: 3 counts in dozens, 4 rebuilds a table.
 const DocumentFormat& laterFormat() {
   static const DocumentFormat format{
-      3,
-      {{1, [](Connection& document) { document.execute("UPDATE Paper SET count = count * 12"); }},
-       {2, [](Connection& document) {
+      4,
+      {{2, [](Connection& document) { document.execute("UPDATE Paper SET count = count * 12"); }},
+       {3,
+        [](Connection& document) {
           document.execute(
               "CREATE TABLE other(id INTEGER PRIMARY KEY, version INTEGER NOT NULL, "
               "name TEXT, motto TEXT DEFAULT 'ora et labora') STRICT");
@@ -22,7 +23,8 @@ const DocumentFormat& laterFormat() {
               "INSERT INTO other(id, version, name) SELECT id, version, name FROM Folder");
           document.execute("DROP TABLE Folder");
           document.execute("ALTER TABLE other RENAME TO Folder");
-        }}}};
+        }}},
+      4};
   return format;
 }
 
@@ -60,7 +62,7 @@ TEST_F(SqliteMigration, ConvertsAfterACopyWasMade) {
     EXPECT_EQ(commit(*document, Draft(schema).remove("Folder", 1, 1)), Refused);
   }
   EXPECT_EQ(raw("SELECT motto FROM Folder"), "ora et labora");
-  const std::string copy = "document.v1-2026-11-21.bak";
+  const std::string copy = "document.v2-2026-11-21.bak";
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", copy}));
   const auto old = engineAt(folder / copy, OpenMode::ReadOnly);
   ASSERT_TRUE(old->open(*schema, nullptr));
@@ -80,8 +82,8 @@ TEST_F(SqliteMigration, ThatFailsChangesNothing) {
     EXPECT_EQ(codeOf(error), code);
     EXPECT_EQ(contentOf(*opened(OpenMode::ReadWrite), *schema), before);
   }
-  EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", "document.v1-2026-11-21-2.bak",
-                                                      "document.v1-2026-11-21.bak"}));
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", "document.v2-2026-11-21-2.bak",
+                                                      "document.v2-2026-11-21.bak"}));
 }
 
 TEST_F(SqliteMigration, IsNotForReaders) {

@@ -2,8 +2,6 @@
 // "there are none" refuse through this.
 #pragma once
 
-#include <string_view>
-
 #include "bokfolio/platform/error.hpp"
 
 namespace bokfolio {
@@ -12,9 +10,8 @@ class Context;
 
 namespace internal {
 
-// After a failed fetch of the entity: fills the error, if one is wanted, with the engine's reason;
-// always false.
-bool refuseUnreadable(ErrorOut error, std::string_view entityName, Context& context);
+// After a failed fetch: fills the error, if one is wanted, with the engine's reason; always false.
+bool refuseUnreadable(ErrorOut error, const Context& context);
 
 }  // namespace internal
 

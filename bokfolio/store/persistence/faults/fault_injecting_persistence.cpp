@@ -49,6 +49,21 @@ class CuttingSink final : public RecordSink {
   std::uint64_t left_;
 };
 
+class CuttingLines final : public SumLineSink {
+ public:
+  CuttingLines(SumLineSink& sink, std::uint64_t lines) : sink_(sink), left_(lines) {}
+
+  void line(const SumLine& line) override {
+    if (left_ == 0) return;
+    sink_.line(line);
+    --left_;
+  }
+
+ private:
+  SumLineSink& sink_;
+  std::uint64_t left_;
+};
+
 class FaultInjectingPersistence final : public Persistence {
  public:
   FaultInjectingPersistence(std::unique_ptr<Persistence> engine,
@@ -59,11 +74,26 @@ class FaultInjectingPersistence final : public Persistence {
     return call(PersistenceOperation::Open, error, [&] { return engine_->open(schema, error); });
   }
   bool load(const Entity& entity, RecordSink& sink, ErrorOut error) override {
-    const auto fault = faults_->meet(PersistenceOperation::Load);
-    if (!fault) return engine_->load(entity, sink, error);
-    CuttingSink cut(sink, fault->afterRecords);
-    if (fault->afterRecords > 0 && !engine_->load(entity, cut, error)) return false;
-    return internal::failPersistence(error, fault->code, fault->description);
+    return deliver<CuttingSink>(PersistenceOperation::Load, sink, error,
+                                [&](RecordSink& to) { return engine_->load(entity, to, error); });
+  }
+  bool find(const SavedQuestion& question, RecordSink& sink, ErrorOut error) override {
+    return deliver<CuttingSink>(PersistenceOperation::Find, sink, error,
+                                [&](RecordSink& to) { return engine_->find(question, to, error); });
+  }
+  bool count(const SavedQuestion& question, std::size_t& count, ErrorOut error) override {
+    return call(PersistenceOperation::Count, error,
+                [&] { return engine_->count(question, count, error); });
+  }
+  bool keepsSums(const Entity& entity, bool& kept, ErrorOut error) override {
+    return call(PersistenceOperation::KeepsSums, error,
+                [&] { return engine_->keepsSums(entity, kept, error); });
+  }
+  bool sums(const Entity& entity, const SumLineQuestion& question, SumLineSink& sink,
+            ErrorOut error) override {
+    return deliver<CuttingLines>(PersistenceOperation::Sums, sink, error, [&](SumLineSink& to) {
+      return engine_->sums(entity, question, to, error);
+    });
   }
   bool nextId(const Entity& entity, RecordId& id, ErrorOut error) override {
     return call(PersistenceOperation::NextId, error,
@@ -85,6 +115,16 @@ class FaultInjectingPersistence final : public Persistence {
   bool call(PersistenceOperation operation, ErrorOut error, Work work) {
     const auto fault = faults_->meet(operation);
     if (!fault) return work();
+    return internal::failPersistence(error, fault->code, fault->description);
+  }
+
+  // Work that hands its answer to a sink, of which a part may arrive.
+  template <class Cutting, class Sink, class Work>
+  bool deliver(PersistenceOperation operation, Sink& sink, ErrorOut error, Work work) {
+    const auto fault = faults_->meet(operation);
+    if (!fault) return work(sink);
+    Cutting cut(sink, fault->afterRecords);
+    if (fault->afterRecords > 0 && !work(cut)) return false;
     return internal::failPersistence(error, fault->code, fault->description);
   }
 

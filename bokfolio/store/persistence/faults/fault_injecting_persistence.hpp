@@ -15,7 +15,18 @@
 
 namespace bokfolio {
 
-enum class PersistenceOperation : std::uint8_t { Open, Load, NextId, Commit, Backup, Verify };
+enum class PersistenceOperation : std::uint8_t {
+  Open,
+  Load,
+  NextId,
+  Commit,
+  Backup,
+  Verify,
+  Find,
+  Count,
+  KeepsSums,
+  Sums,
+};
 
 struct PersistenceFault {
   // The call that fails: 1 is the next one of its kind. 0 fails every call from now on.
@@ -24,7 +35,7 @@ struct PersistenceFault {
   std::optional<PersistenceOperation> operation;
   PersistenceError code = PersistenceError::Failed;
   std::string description = "The engine was told to fail.";
-  // Load only: so many records are delivered before it fails.
+  // Load, Find and Sums only: so many records, or lines, are delivered before it fails.
   std::uint64_t afterRecords = 0;
 };
 
@@ -46,7 +57,7 @@ class BOKFOLIO_EXPORT PersistenceFaults {
 
  private:
   std::vector<PersistenceFault> waiting_;
-  std::array<std::uint64_t, 6> calls_{};
+  std::array<std::uint64_t, 10> calls_{};  // by operation
   std::uint64_t fired_ = 0;
 };
 

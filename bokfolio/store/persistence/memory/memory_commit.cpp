@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
+#include <utility>
 
 #include "bokfolio/store/persistence/internal/failure.hpp"
+#include "bokfolio/store/persistence/internal/saved_questions.hpp"
 
 namespace bokfolio::internal {
 
@@ -45,6 +48,7 @@ MemoryCell cellOf(const Property& property, const SlotView& slots) {
 }  // namespace
 
 MemoryCommit::~MemoryCommit() {
+  for (auto step = sumSteps_.rbegin(); step != sumSteps_.rend(); ++step) takeBack(*step);
   for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) takeBack(*step);
 }
 
@@ -73,6 +77,7 @@ void MemoryCommit::insert(const MemoryLayout& layout, const RecordChange& change
   }
   countIn(layout.table, row);
   remember(layout.table, change.id);
+  for (auto& [column, index] : table.indexes) index.add(keyOf(row.cell(column)), change.id);
   table.rows.emplace(change.id, std::move(row));
   table.nextId = std::max(table.nextId, change.id + 1);
 }
@@ -91,6 +96,10 @@ void MemoryCommit::update(const MemoryLayout& layout, const RecordChange& change
   countIn(layout.table, changed);
   Step& step = remember(layout.table, change.id);
   countOut(layout.table, row);
+  for (auto& [column, index] : table.indexes) {
+    index.remove(keyOf(row.cell(column)), change.id);
+    index.add(keyOf(changed.cell(column)), change.id);
+  }
   step.replaced = std::exchange(row, std::move(changed));
 }
 
@@ -99,6 +108,9 @@ void MemoryCommit::remove(const MemoryLayout& layout, const RecordChange& change
   const auto row = saved(table, change);
   Step& step = remember(layout.table, change.id);
   countOut(layout.table, row->second);
+  for (auto& [column, index] : table.indexes) {
+    index.remove(keyOf(row->second.cell(column)), change.id);
+  }
   step.removed = table.rows.extract(row);
 }
 
@@ -106,6 +118,57 @@ void MemoryCommit::raiseNextId(const MemoryLayout& layout, RecordId nextId) {
   MemoryTable& table = state_.tables[layout.table];
   remember(layout.table, 0);
   table.nextId = std::max(table.nextId, nextId);
+}
+
+void MemoryCommit::apply(const MemoryLayout& layout, const ChangeSet::Sums& sums) {
+  MemoryTable& table = state_.tables[layout.table];
+  if (sums.replacesAll && layout.sums) {
+    forgetSums(layout.table);
+    table.sums.layout = layout.sums->layout;
+  }
+  const bool kept = layout.sums && table.sums.layout == layout.sums->layout;
+  checkSumsKept(*sums.entity, kept, PersistenceError::Refused);
+  for (const SumLine& line : sums.lines) {
+    checkSumLine(*sums.entity, line, std::numeric_limits<RecordId>::max());
+    SumStep& step = sumSteps_.emplace_back();
+    step.table = layout.table;
+    step.key = MemorySums::keyOf(line);
+    putLine(table, step, line.amount);
+  }
+}
+
+void MemoryCommit::forgetSums(std::size_t table) {
+  SumStep& step = sumSteps_.emplace_back();
+  step.table = table;
+  step.all = std::exchange(state_.tables[table].sums, {});
+}
+
+void MemoryCommit::putLine(MemoryTable& table, SumStep& step, const std::string& amount) {
+  Lines& lines = table.sums.lines;
+  if (amount.empty()) {
+    step.removed = lines.extract(step.key);
+    return;
+  }
+  const auto [line, added] = lines.try_emplace(step.key, amount);
+  if (!added) step.replaced = std::exchange(line->second, amount);
+}
+
+void MemoryCommit::keep() {
+  steps_.clear();
+  sumSteps_.clear();
+}
+
+void MemoryCommit::takeBack(SumStep& step) noexcept {
+  MemorySums& sums = state_.tables[step.table].sums;
+  if (step.all) {
+    sums = std::move(*step.all);
+  } else if (!step.removed.empty()) {
+    sums.lines.insert(std::move(step.removed));
+  } else if (step.replaced) {
+    sums.lines.find(step.key)->second = std::move(*step.replaced);
+  } else {
+    sums.lines.erase(step.key);
+  }
 }
 
 void MemoryCommit::checkReferences() const {
@@ -167,6 +230,7 @@ void MemoryCommit::countOut(std::size_t table, const MemoryRow& row) noexcept {
 
 void MemoryCommit::takeBack(Step& step) noexcept {
   MemoryTable& table = state_.tables[step.table];
+  table.indexes.clear();
   table.nextId = step.nextId;
   if (!step.removed.empty()) {
     const auto row = table.rows.insert(std::move(step.removed)).position;

@@ -1,9 +1,12 @@
 #include "bokfolio/store/persistence/memory/memory_persistence.hpp"
 
+#include <limits>
 #include <utility>
 
 #include "bokfolio/store/persistence/internal/failure.hpp"
+#include "bokfolio/store/persistence/internal/saved_questions.hpp"
 #include "bokfolio/store/persistence/memory/internal/memory_commit.hpp"
+#include "bokfolio/store/persistence/memory/internal/memory_finder.hpp"
 #include "bokfolio/store/persistence/memory/internal/memory_state.hpp"
 
 namespace bokfolio {
@@ -11,6 +14,7 @@ namespace bokfolio {
 using internal::Failure;
 using internal::MemoryCell;
 using internal::MemoryLayout;
+using internal::MemoryRow;
 using internal::MemoryState;
 using internal::MemoryTable;
 
@@ -26,6 +30,34 @@ class MemoryPersistence final : public Persistence {
   }
   bool load(const Entity& entity, RecordSink& sink, ErrorOut error) override {
     return internal::answering(error, [&] { read(layoutOf(entity), sink); });
+  }
+  bool find(const SavedQuestion& question, RecordSink& sink, ErrorOut error) override {
+    return internal::answering(error, [&] {
+      const MemoryLayout& layout = layoutOf(*question.entity);
+      internal::MemoryFinder(state().tables[layout.table], layout, question)
+          .visit([&](RecordId id, const MemoryRow& row) { give(layout, id, row, sink); });
+    });
+  }
+  bool count(const SavedQuestion& question, std::size_t& count, ErrorOut error) override {
+    return internal::answering(error, [&] {
+      const MemoryLayout& layout = layoutOf(*question.entity);
+      SavedQuestion plain = question;
+      plain.skip = 0;
+      std::size_t found = 0;
+      internal::MemoryFinder(state().tables[layout.table], layout, plain)
+          .visit([&](RecordId /*id*/, const MemoryRow& /*row*/) { ++found; });
+      count = found;
+    });
+  }
+  bool keepsSums(const Entity& entity, bool& kept, ErrorOut error) override {
+    return internal::answering(error, [&] { kept = keeps(layoutOf(entity)); });
+  }
+  bool sums(const Entity& entity, const SumLineQuestion& question, SumLineSink& sink,
+            ErrorOut error) override {
+    return internal::answering(error, [&] {
+      internal::checkSumsKept(entity, keeps(layoutOf(entity)), PersistenceError::Failed);
+      readSums(state().tables[layoutOf(entity).table].sums, question, sink);
+    });
   }
   bool nextId(const Entity& entity, RecordId& id, ErrorOut error) override {
     return internal::answering(error, [&] { id = state().tables[layoutOf(entity).table].nextId; });
@@ -53,9 +85,17 @@ class MemoryPersistence final : public Persistence {
   void checkFit(const Entity& entity);
   MemoryLayout layOut(const Entity& entity);
   void read(const MemoryLayout& layout, RecordSink& sink);
+  static void give(const MemoryLayout& layout, RecordId id, const MemoryRow& row, RecordSink& sink);
+  bool keeps(const MemoryLayout& layout) {
+    return layout.sums && state().tables[layout.table].sums.layout == layout.sums->layout;
+  }
+  static void readSums(const internal::MemorySums& sums, const SumLineQuestion& question,
+                       SumLineSink& sink);
+  void forgetStrangers(internal::MemoryCommit& commit);
   void write(const ChangeSet& changes);
   void copyTo(const std::string& path);
   void check();
+  void checkSums(const MemoryLayout& layout);
 
   std::shared_ptr<MemoryDocument> document_;
   std::vector<MemoryLayout> layouts_;  // by entity ordinal
@@ -70,9 +110,10 @@ const internal::MemoryColumn* findColumn(const MemoryTable& table, const std::st
 void MemoryPersistence::fit(const Schema& schema) {
   for (const Entity& entity : schema.entities()) checkFit(entity);
   for (const Entity& entity : schema.entities()) {
-    if (state().find(entity.name()) == state().tables.size()) {
-      state().tables.emplace_back().name = entity.name();
-    }
+    if (state().find(entity.name()) != state().tables.size()) continue;
+    MemoryTable& table = state().tables.emplace_back();
+    table.name = entity.name();
+    if (entity.keptSum() != nullptr) table.sums.layout = internal::keptSumText(*entity.keptSum());
   }
   std::vector<MemoryLayout> layouts;
   for (const Entity& entity : schema.entities()) layouts.push_back(layOut(entity));
@@ -113,6 +154,13 @@ MemoryLayout MemoryPersistence::layOut(const Entity& entity) {
     layout.columns.emplace_back(property.ordinal(),
                                 static_cast<std::size_t>(column - table.columns.data()));
   }
+  if (const KeptSumLayout* sum = entity.keptSum()) {
+    const auto tableOf = [&](const Property* toOne) {
+      return state().find(toOne->target().name());
+    };
+    layout.sums = {internal::keptSumText(*sum), tableOf(sum->owner), tableOf(sum->mark),
+                   tableOf(sum->period)};
+  }
   return layout;
 }
 
@@ -131,12 +179,42 @@ struct CellWriter {
 };
 
 void MemoryPersistence::read(const MemoryLayout& layout, RecordSink& sink) {
-  for (const auto& [id, row] : state().tables[layout.table].rows) {
-    sink.begin(id, row.version);
-    for (const auto& [ordinal, column] : layout.columns) {
-      if (column < row.cells.size()) std::visit(CellWriter{sink, ordinal}, row.cells[column]);
-    }
-    sink.end();
+  for (const auto& [id, row] : state().tables[layout.table].rows) give(layout, id, row, sink);
+}
+
+void MemoryPersistence::give(const MemoryLayout& layout, RecordId id, const MemoryRow& row,
+                             RecordSink& sink) {
+  sink.begin(id, row.version);
+  for (const auto& [ordinal, column] : layout.columns) {
+    std::visit(CellWriter{sink, ordinal}, row.cell(column));
+  }
+  sink.end();
+}
+
+void MemoryPersistence::readSums(const internal::MemorySums& sums, const SumLineQuestion& question,
+                                 SumLineSink& sink) {
+  using Kind = SumLineQuestion::Kind;
+  using Instants = std::numeric_limits<std::int64_t>;
+  const bool one = question.kind == Kind::One;
+  SumLine from{question.period, 0, 0, {}, {}};
+  if (question.kind != Kind::TotalsOfPeriod) from.owner = question.owner;
+  if (one) {
+    from.mark = question.mark;
+    from.instant = question.instant;
+  } else if (question.kind == Kind::InstantsOfOwner) {
+    from.instant = Instants::min();
+  }
+  const auto wanted = [&](const internal::MemorySums::Key& key) {
+    if (one) return key == internal::MemorySums::keyOf(from);
+    const auto& [dated, period, owner, mark, instant] = key;
+    return dated == from.instant.has_value() && period == from.period &&
+           (!dated || owner == from.owner);
+  };
+  auto found = sums.lines.lower_bound(internal::MemorySums::keyOf(from));
+  for (; found != sums.lines.end() && wanted(found->first); ++found) {
+    const auto& [dated, period, owner, mark, instant] = found->first;
+    const auto at = dated ? std::optional(instant) : std::nullopt;
+    sink.line({period, owner, mark, at, found->second});
   }
 }
 
@@ -148,8 +226,18 @@ void MemoryPersistence::write(const ChangeSet& changes) {
   for (const auto& [entity, nextId] : changes.nextIds) {
     commit.raiseNextId(layoutOf(*entity), nextId);
   }
+  forgetStrangers(commit);
+  for (const ChangeSet::Sums& sums : changes.sums) commit.apply(layoutOf(*sums.entity), sums);
   commit.checkReferences();
   commit.keep();
+}
+
+void MemoryPersistence::forgetStrangers(internal::MemoryCommit& commit) {
+  std::vector<bool> own(state().tables.size());
+  for (const MemoryLayout& layout : layouts_) own[layout.table] = keeps(layout);
+  for (std::size_t table = 0; table < own.size(); ++table) {
+    if (!own[table] && !state().tables[table].sums.layout.empty()) commit.forgetSums(table);
+  }
 }
 
 void MemoryPersistence::copyTo(const std::string& path) {
@@ -177,9 +265,36 @@ void MemoryPersistence::check() {
       }
     }
   }
+  for (const MemoryLayout& layout : layouts_)
+    if (keeps(layout)) checkSums(layout);
+}
+
+void MemoryPersistence::checkSums(const MemoryLayout& layout) {
+  const MemoryTable& table = state().tables[layout.table];
+  const auto has = [&](std::size_t target, RecordId id) {
+    return state().tables[target].rows.count(id) != 0;
+  };
+  for (const auto& [key, amount] : table.sums.lines) {
+    const auto& [dated, period, owner, mark, instant] = key;
+    if (has(layout.sums->period, period) && (owner == 0 || has(layout.sums->owner, owner)) &&
+        (mark == 0 || has(layout.sums->mark, mark)))
+      continue;
+    throw Failure{PersistenceError::Damaged, "A sum of " + table.name + " is about nothing."};
+  }
 }
 
 }  // namespace
+
+const internal::MemoryCell& internal::MemoryRow::cell(std::size_t column) const {
+  static const MemoryCell nil;
+  return column < cells.size() ? cells[column] : nil;
+}
+
+std::size_t internal::MemoryLayout::column(std::uint16_t ordinal) const {
+  for (const auto& [known, column] : columns)
+    if (known == ordinal) return column;
+  return columns.size();
+}
 
 std::size_t internal::MemoryState::find(std::string_view name) const {
   std::size_t place = 0;

@@ -118,10 +118,7 @@ bool Statement::step() {
 }
 
 void Statement::run() {
-  struct Ready {
-    Statement& statement;
-    ~Ready() { statement.reset(); }
-  } ready{*this};
+  const Run run(*this);
   while (step()) {
   }
 }
@@ -178,6 +175,12 @@ void Connection::harden() {
 std::int64_t Connection::integer(std::string_view sql) {
   Statement statement = prepare(sql);
   return statement.step() ? statement.integer(0) : 0;
+}
+
+std::uint32_t Connection::stateSeen() const {
+  std::uint32_t number = 0;
+  sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &number);
+  return number;
 }
 
 Transaction::~Transaction() {

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/sum_lines.hpp"
 
 namespace bokfolio::internal {
 
@@ -62,15 +63,20 @@ std::optional<std::vector<PresentColumn>> present(Connection& connection, const 
   return columns;
 }
 
-void indexReferences(Connection& connection, const SqlTable& table) {
-  for (const SqlColumn& column : table.columns) {
-    if (column.kind == PropertyKind::ToOne) connection.execute(createIndex(table, column));
-  }
+bool hasIndex(Connection& connection, const SqlIndex& index) {
+  Statement statement = connection.prepare(
+      "SELECT 1 FROM sqlite_schema WHERE type='index' AND name=?1 COLLATE NOCASE");
+  statement.bindText(1, index.name);
+  return statement.step();
 }
 
 void addTable(Connection& connection, const SqlTable& table) {
   connection.execute(createTable(sqliteDialect(), table));
-  indexReferences(connection, table);
+  for (const SqlIndex& index : table.indexes) connection.execute(createIndex(table, index));
+  if (table.sums) {
+    addSumTable(connection, table);
+    noteSums(connection, table);  // of no records
+  }
   Statement counter = connection.prepare(
       "INSERT INTO bokfolio_entity(name, next_id) VALUES(?1, 1) ON CONFLICT(name) DO NOTHING");
   counter.bindText(1, table.name);
@@ -135,7 +141,9 @@ void applyMigrations(Connection& connection, const DocumentFormat& format, std::
 }  // namespace
 
 const DocumentFormat& DocumentFormat::current() {
-  static const DocumentFormat format{1, {}};
+  // 2 has kept sums, which an older program would not keep. What they need is made when a document
+  // is fitted to the model, and they are computed by the first save.
+  static const DocumentFormat format{2, {{1, [](Connection& /*connection*/) {}}}, 1};
   return format;
 }
 
@@ -212,7 +220,15 @@ void fitTables(Connection& connection, const std::vector<SqlTable>& tables) {
       if (has(connection, *columns, table, column)) continue;
       begin();
       connection.execute(addColumn(sqliteDialect(), table, column));
-      if (column.kind == PropertyKind::ToOne) connection.execute(createIndex(table, column));
+    }
+    for (const SqlIndex& index : table.indexes) {
+      if (hasIndex(connection, index)) continue;
+      begin();
+      connection.execute(createIndex(table, index));
+    }
+    if (table.sums && !hasSumTable(connection, table)) {
+      begin();
+      addSumTable(connection, table);
     }
   }
   if (transaction) transaction->commit();
@@ -225,6 +241,7 @@ std::vector<SqlTable> presentTables(Connection& connection, const std::vector<Sq
     const auto columns = present(connection, table);
     if (!columns) continue;  // an empty name: nothing to read
     kept.name = table.name;
+    kept.sums = table.sums;
     for (const SqlColumn& column : table.columns) {
       if (has(connection, *columns, table, column)) kept.columns.push_back(column);
     }

@@ -3,40 +3,28 @@
 #include <algorithm>
 #include <limits>
 
-#include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
-
 namespace bokfolio::internal {
 
 namespace {
 
 constexpr int kFirstColumn = 2;  // after id and version
 
-[[noreturn]] void failDamaged(const Connection& connection, const std::string& what) {
-  throw Failure{PersistenceError::Damaged,
-                "\"" + connection.path() + "\" is damaged (" + what + ")."};
-}
-
-bool isId(std::int64_t id) { return id > 0 && id <= kHighestId; }
-
 class RecordReader {
  public:
-  RecordReader(Connection& connection, const SqlTable& table)
-      : connection_(connection),
-        table_(table),
-        statement_(connection.prepare(select(table, table.columns))) {}
+  RecordReader(Connection& connection, const SqlTable& table, Statement& statement)
+      : connection_(connection), table_(table), statement_(statement) {}
 
+  // The row that the statement stands at.
   template <class Sink>
-  void readAll(Sink& sink) {
+  void read(Sink& sink) {
     const int columns = static_cast<int>(table_.columns.size());
-    while (statement_.step()) {
-      sink.begin(id(), version());
-      for (int place = 0; place < columns; ++place) {
-        const SqlColumn& column = table_.columns[static_cast<std::size_t>(place)];
-        const int type = statement_.type(kFirstColumn + place);
-        if (type != SQLITE_NULL) readValue(sink, column, kFirstColumn + place, type);
-      }
-      sink.end();
+    sink.begin(id(), version());
+    for (int place = 0; place < columns; ++place) {
+      const SqlColumn& column = table_.columns[static_cast<std::size_t>(place)];
+      const int type = statement_.type(kFirstColumn + place);
+      if (type != SQLITE_NULL) readValue(sink, column, kFirstColumn + place, type);
     }
+    sink.end();
   }
 
  private:
@@ -104,7 +92,7 @@ class RecordReader {
 
   Connection& connection_;
   const SqlTable& table_;
-  Statement statement_;
+  Statement& statement_;
 };
 
 // Reading checks all but the form of decimals.
@@ -120,6 +108,13 @@ class NoSink final : public RecordSink {
   void reference(std::uint16_t /*ordinal*/, RecordId /*value*/) override {}
   void end() override {}
 };
+
+void verifyRecords(Connection& connection, const SqlTable& table) {
+  Statement statement = connection.prepare(select(table, table.columns));
+  RecordReader reader(connection, table, statement);
+  NoSink sink;
+  while (statement.step()) reader.read(sink);
+}
 
 void verifyDecimals(Connection& connection, const SqlTable& table, const SqlColumn& column) {
   const std::string name = quoted(column.name);
@@ -148,8 +143,18 @@ std::int64_t highestId(Connection& connection, const SqlTable& table) {
 
 }  // namespace
 
-void readRecords(Connection& connection, const SqlTable& table, RecordSink& sink) {
-  RecordReader(connection, table).readAll(sink);
+void readRecords(Connection& connection, const SqlTable& table, Statement& statement,
+                 SavedState& state, RecordSink& sink) {
+  RecordReader reader(connection, table, statement);
+  const Statement::Run run(statement);
+  bool more = statement.step();
+  state.check();
+  for (; more; more = statement.step()) reader.read(sink);
+}
+
+void failDamaged(const Connection& connection, const std::string& what) {
+  throw Failure{PersistenceError::Damaged,
+                "\"" + connection.path() + "\" is damaged (" + what + ")."};
 }
 
 RecordId readNextId(Connection& connection, const SqlTable& table) {
@@ -166,10 +171,9 @@ void verifyDocument(Connection& connection, const std::vector<SqlTable>& tables)
   }
   const std::string broken = brokenReference(connection);
   if (!broken.empty()) failDamaged(connection, broken);
-  NoSink sink;
   for (const SqlTable& table : tables) {
     if (table.name.empty()) continue;
-    readRecords(connection, table, sink);
+    verifyRecords(connection, table);
     readNextId(connection, table);
     if (highestId(connection, table) >= savedNextId(connection, table)) {
       failDamaged(connection, table.name + " would give an id a second time");

@@ -26,9 +26,12 @@ bool contains(const std::vector<std::uint16_t>& ordinals, std::uint16_t ordinal)
 
 }  // namespace
 
-RecordWriter::RecordWriter(Connection& connection, const std::vector<SqlTable>& tables)
+RecordWriter::RecordWriter(Connection& connection, const std::vector<SqlTable>& tables,
+                           SavedState& state, SumLines& sums)
     : connection_(connection),
       tables_(tables),
+      state_(state),
+      sums_(sums),
       writers_(tables.size()),
       raiseNextId_(connection.prepare(
           "INSERT INTO bokfolio_entity(name, next_id) VALUES(?1, ?2) "
@@ -40,14 +43,20 @@ RecordWriter::RecordWriter(Connection& connection, const std::vector<SqlTable>& 
 
 void RecordWriter::write(const ChangeSet& changes) {
   for (TableWriter& writer : writers_) writer.nextId = 0;
+  state_.leave();
   Transaction transaction(connection_);
+  state_.check();
+  state_.beginChange();
   for (const RecordChange& change : changes.changes) apply(change);
   for (const auto& [entity, nextId] : changes.nextIds) {
     TableWriter& writer = writers_[entity->ordinal()];
     writer.nextId = std::max(writer.nextId, nextId);
   }
   writeNextIds();
+  sums_.write(changes.sums);
   commit(transaction);
+  state_.endChange();
+  sums_.endWriting();
 }
 
 void RecordWriter::apply(const RecordChange& change) {

@@ -5,6 +5,7 @@
 
 #include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/record_finder.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_reader.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_writer.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/sqlite_engine.hpp"
@@ -36,11 +37,35 @@ class SqlitePersistence final : public Persistence {
   }
   bool load(const Entity& entity, RecordSink& sink, ErrorOut error) override {
     return answering(error, [&] {
-      Connection& connection = opened();
-      const internal::Transaction reading(connection, internal::Transaction::Kind::Reading);
-      checkUnchanged();
-      const SqlTable& table = tables_[entity.ordinal()];
-      if (!table.name.empty()) internal::readRecords(connection, table, sink);
+      opened();
+      SavedQuestion all;
+      all.entity = &entity;
+      finder_->find(all, sink);
+    });
+  }
+  bool find(const SavedQuestion& question, RecordSink& sink, ErrorOut error) override {
+    return answering(error, [&] {
+      opened();
+      finder_->find(question, sink);
+    });
+  }
+  bool count(const SavedQuestion& question, std::size_t& count, ErrorOut error) override {
+    return answering(error, [&] {
+      opened();
+      count = finder_->count(question);
+    });
+  }
+  bool keepsSums(const Entity& entity, bool& kept, ErrorOut error) override {
+    return answering(error, [&] {
+      opened();
+      kept = sums_->kept(entity);
+    });
+  }
+  bool sums(const Entity& entity, const SumLineQuestion& question, SumLineSink& sink,
+            ErrorOut error) override {
+    return answering(error, [&] {
+      opened();
+      sums_->read(entity, question, sink);
     });
   }
   bool nextId(const Entity& entity, RecordId& id, ErrorOut error) override {
@@ -59,24 +84,30 @@ class SqlitePersistence final : public Persistence {
       }
       if (changes.empty()) return;
       file_->checkInPlace();
-      rolledBack_ = true;
       writer_->write(changes);
-      rolledBack_ = false;
     });
   }
   bool backup(const std::string& path, ErrorOut error) override {
-    return answering(error, [&] { internal::copyDocument(opened(), path); });
+    return answering(error, [&] {
+      Connection& connection = opened();
+      state_->leave();
+      internal::copyDocument(connection, path);
+    });
   }
   bool verify(ErrorOut error) override {
-    return answering(error, [&] { internal::verifyDocument(opened(), tables_); });
+    return answering(error, [&] {
+      internal::verifyDocument(opened(), tables_);
+      sums_->verify();
+    });
   }
 
  private:
   void openDocument(const Schema& schema);
   void create();
   void connect();
+  void fitDocument();
+  void checkReadable();
   void close();
-  void checkUnchanged();
   Connection& opened() {
     if (!connection_) {
       throw Failure{PersistenceError::Failed, "\"" + options_.path + "\" is not open."};
@@ -90,9 +121,10 @@ class SqlitePersistence final : public Persistence {
   // In this order: each needs those above it.
   std::optional<internal::DocumentFile> file_;
   std::optional<Connection> connection_;
+  std::optional<internal::SavedState> state_;
+  std::optional<internal::SumLines> sums_;
+  std::optional<internal::RecordFinder> finder_;
   std::optional<internal::RecordWriter> writer_;
-  std::int64_t dataVersion_ = 0;  // changes when another connection has written...
-  bool rolledBack_ = false;       // ...and sometimes when a save of this one failed
 };
 
 void SqlitePersistence::openDocument(const Schema& schema) {
@@ -120,35 +152,28 @@ void SqlitePersistence::create() {
   file.publish();
 }
 
-// Entities are loaded one by one: those read before another program's save and those read after it
-// would not go together.
-void SqlitePersistence::checkUnchanged() {
-  const std::int64_t found = connection_->integer("PRAGMA data_version");
-  if (rolledBack_) dataVersion_ = found;
-  rolledBack_ = false;
-  if (found == dataVersion_) return;
-  throw Failure{PersistenceError::Stale,
-                "\"" + file_->path() + "\" was saved by another program; open it again."};
-}
-
 void SqlitePersistence::connect() {
   const bool forWriting = options_.mode != OpenMode::ReadOnly;
   file_.emplace(options_.path, forWriting);
   connection_.emplace(file_->path(),
                       forWriting ? Connection::Access::ReadWrite : Connection::Access::ReadOnly,
                       options_.patienceMilliseconds);
-  const bool older = internal::checkFormat(*connection_, format_) < format_.version;
-  if (!forWriting) {
-    if (older) {
-      throw Failure{
-          PersistenceError::ReadOnly,
-          "\"" + file_->path() + "\" has an older format; open it for writing once to convert it."};
-    }
+  if (forWriting) {
+    fitDocument();
+  } else {
+    checkReadable();
     const internal::Transaction reading(*connection_, internal::Transaction::Kind::Reading);
     tables_ = internal::presentTables(*connection_, tables_);
-    dataVersion_ = connection_->integer("PRAGMA data_version");
-    return;
   }
+  using Lock = internal::SavedState::Lock;
+  state_.emplace(*connection_, forWriting ? Lock::BetweenSaves : Lock::ForEachStatement);
+  sums_.emplace(*connection_, tables_, *state_);
+  finder_.emplace(*connection_, tables_, *state_);
+  if (forWriting) writer_.emplace(*connection_, tables_, *state_, *sums_);
+}
+
+void SqlitePersistence::fitDocument() {
+  const bool older = internal::checkFormat(*connection_, format_) < format_.version;
   // One file between saves, whatever another program made of it.
   connection_->execute("PRAGMA journal_mode=DELETE");
   if (older) {
@@ -157,16 +182,23 @@ void SqlitePersistence::connect() {
     internal::migrate(*connection_, format_, clock);
   }
   internal::fitTables(*connection_, tables_);
-  writer_.emplace(*connection_, tables_);
-  dataVersion_ = connection_->integer("PRAGMA data_version");
+}
+
+void SqlitePersistence::checkReadable() {
+  if (internal::checkFormat(*connection_, format_) >= format_.readable) return;
+  throw Failure{
+      PersistenceError::ReadOnly,
+      "\"" + file_->path() + "\" has an older format; open it for writing once to convert it."};
 }
 
 void SqlitePersistence::close() {
   writer_.reset();
+  finder_.reset();
+  sums_.reset();
+  state_.reset();
   connection_.reset();
   file_.reset();
   tables_.clear();
-  rolledBack_ = false;
 }
 
 }  // namespace

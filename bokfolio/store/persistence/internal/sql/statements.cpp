@@ -45,15 +45,24 @@ std::string addColumn(const SqlDialect& dialect, const SqlTable& table, const Sq
   return "ALTER TABLE " + quoted(table.name) + " ADD COLUMN " + definition(dialect, column);
 }
 
-std::string createIndex(const SqlTable& table, const SqlColumn& column) {
-  return "CREATE INDEX IF NOT EXISTS " + quoted(table.name + "." + column.name) + " ON " +
-         quoted(table.name) + "(" + quoted(column.name) + ")";
+std::string createIndex(const SqlTable& table, const SqlIndex& index) {
+  std::string text =
+      "CREATE INDEX IF NOT EXISTS " + quoted(index.name) + " ON " + quoted(table.name) + "(";
+  for (const std::string& column : index.columns) {
+    if (&column != &index.columns.front()) text += ',';
+    text += quoted(column);
+  }
+  return text + ')';
+}
+
+std::string selected(const std::vector<SqlColumn>& columns) {
+  std::string text = R"(SELECT "id","version")";
+  for (const SqlColumn& column : columns) text += "," + quoted(column.name);
+  return text;
 }
 
 std::string select(const SqlTable& table, const std::vector<SqlColumn>& columns) {
-  std::string text = R"(SELECT "id","version")";
-  for (const SqlColumn& column : columns) text += "," + quoted(column.name);
-  return text + " FROM " + quoted(table.name) + " ORDER BY \"id\"";
+  return selected(columns) + " FROM " + quoted(table.name) + " ORDER BY \"id\"";
 }
 
 std::string insert(const SqlDialect& dialect, const SqlTable& table) {

@@ -32,8 +32,9 @@ std::string quoted(std::string_view name);
 
 std::string createTable(const SqlDialect& dialect, const SqlTable& table);
 std::string addColumn(const SqlDialect& dialect, const SqlTable& table, const SqlColumn& column);
-// On a to-one, so that the far side is found without a scan.
-std::string createIndex(const SqlTable& table, const SqlColumn& column);
+std::string createIndex(const SqlTable& table, const SqlIndex& index);
+// "SELECT id, version" and the columns, to go on from.
+std::string selected(const std::vector<SqlColumn>& columns);
 // In ascending id.
 std::string select(const SqlTable& table, const std::vector<SqlColumn>& columns);
 std::string insert(const SqlDialect& dialect, const SqlTable& table);

@@ -1,9 +1,11 @@
 #include "bokfolio/store/persistence/internal/sql/table.hpp"
 
+#include <algorithm>
 #include <set>
 #include <string_view>
 
 #include "bokfolio/store/persistence/internal/failure.hpp"
+#include "bokfolio/store/persistence/internal/saved_questions.hpp"
 
 namespace bokfolio::internal {
 
@@ -28,7 +30,21 @@ void take(std::set<std::string>& taken, const std::string& name, const std::stri
                 "The name of " + shown + " is reserved or taken in a document."};
 }
 
+void addIndex(SqlTable& table, std::vector<std::string> columns) {
+  std::string name = table.name;
+  for (const std::string& column : columns) name += "." + column;
+  const bool taken = std::any_of(table.indexes.begin(), table.indexes.end(),
+                                 [&](const SqlIndex& index) { return index.name == name; });
+  if (!taken) table.indexes.push_back({std::move(name), std::move(columns)});
+}
+
 }  // namespace
+
+const SqlColumn* SqlTable::column(std::uint16_t ordinal) const {
+  for (const SqlColumn& column : columns)
+    if (column.ordinal == ordinal) return &column;
+  return nullptr;
+}
 
 SqlTable sqlTable(const Entity& entity) {
   SqlTable table;
@@ -41,6 +57,17 @@ SqlTable sqlTable(const Entity& entity) {
     column.ordinal = property.ordinal();
     if (property.isToOne()) column.target = property.target().name();
     table.columns.push_back(std::move(column));
+  }
+  for (const SqlColumn& column : table.columns)
+    if (column.kind == PropertyKind::ToOne) addIndex(table, {column.name});
+  for (const IndexLayout& index : entity.indexes()) {
+    std::vector<std::string> columns;
+    for (const Property* property : index.properties) columns.push_back(property->name());
+    addIndex(table, std::move(columns));
+  }
+  if (const KeptSumLayout* sum = entity.keptSum()) {
+    table.sums = {keptSumText(*sum), sum->owner->target().name(), sum->mark->target().name(),
+                  sum->period->target().name()};
   }
   return table;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,9 +19,28 @@ struct SqlColumn {
   std::uint16_t ordinal = 0;
 };
 
+struct SqlIndex {
+  std::string name;
+  std::vector<std::string> columns;
+};
+
+// The sums that are kept of the entity: what they are, and the tables of those they are kept by.
+struct SqlSums {
+  std::string layout;  // keptSumText()
+  std::string owner;
+  std::string mark;
+  std::string period;
+};
+
 struct SqlTable {
   std::string name;
   std::vector<SqlColumn> columns;
+  // One on each to-one, which gives its records in order of id, and those that the entity declares.
+  std::vector<SqlIndex> indexes = {};
+  std::optional<SqlSums> sums = {};
+
+  // nullptr when the property is not stored in the table.
+  const SqlColumn* column(std::uint16_t ordinal) const;
 };
 
 SqlTable sqlTable(const Entity& entity);

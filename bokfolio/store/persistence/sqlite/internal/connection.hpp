@@ -32,6 +32,17 @@ class Statement {
   void run();
   // Must be called before binding again.
   void reset() noexcept { sqlite3_reset(get()); }
+  // Resets a statement that is kept for the next time, whatever happens meanwhile.
+  class Run {
+   public:
+    explicit Run(Statement& statement) : statement_(statement) {}
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() { statement_.reset(); }
+
+   private:
+    Statement& statement_;
+  };
 
   int type(int column) const { return sqlite3_column_type(get(), column); }
   std::int64_t integer(int column) const { return sqlite3_column_int64(get(), column); }
@@ -72,6 +83,9 @@ class Connection {
   // The first column of the first row; 0 when there is no row.
   std::int64_t integer(std::string_view sql);
   std::int64_t changes() const { return sqlite3_changes64(handle_.get()); }
+  // A number that differs when the file was changed between two looks at it, by anybody. It costs
+  // no look of its own.
+  std::uint32_t stateSeen() const;
   bool inTransaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
 
  private:

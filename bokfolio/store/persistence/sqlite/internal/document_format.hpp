@@ -28,6 +28,7 @@ struct Migration {
 struct DocumentFormat {
   std::int64_t version;
   std::vector<Migration> migrations;
+  std::int64_t readable;  // the oldest version that can be read without converting it
 
   static const DocumentFormat& current();
 };
@@ -42,8 +43,8 @@ std::int64_t checkFormat(Connection& connection, const DocumentFormat& format);
 // Brings a document of an older version up to the format, after copying it to
 // "<path>.v1-<date>.bak".
 void migrate(Connection& connection, const DocumentFormat& format, const Clock& clock);
-// Adds the tables and columns that the file lacks, in one transaction. Throws Refused when a column
-// holds another kind.
+// Adds the tables, columns and indexes that the file lacks, in one transaction. Throws Refused when
+// a column holds another kind.
 void fitTables(Connection& connection, const std::vector<SqlTable>& tables);
 // Of each table what the file has of it: for reading without writing.
 std::vector<SqlTable> presentTables(Connection& connection, const std::vector<SqlTable>& tables);

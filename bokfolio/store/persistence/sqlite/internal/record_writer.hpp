@@ -11,13 +11,16 @@
 #include "bokfolio/store/persistence/change_set.hpp"
 #include "bokfolio/store/persistence/internal/sql/statements.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/connection.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/saved_state.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/sum_lines.hpp"
 
 namespace bokfolio::internal {
 
 class RecordWriter {
  public:
-  // `tables` by entity ordinal; both must outlive the writer.
-  RecordWriter(Connection& connection, const std::vector<SqlTable>& tables);
+  // `tables` by entity ordinal; all must outlive the writer.
+  RecordWriter(Connection& connection, const std::vector<SqlTable>& tables, SavedState& state,
+               SumLines& sums);
 
   // Everything in one transaction, on the disk when it returns. Throws Failure, and then nothing is
   // written.
@@ -47,6 +50,8 @@ class RecordWriter {
 
   Connection& connection_;
   const std::vector<SqlTable>& tables_;
+  SavedState& state_;
+  SumLines& sums_;
   std::vector<TableWriter> writers_;
   Statement raiseNextId_;
 };
