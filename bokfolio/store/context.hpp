@@ -143,16 +143,16 @@ class BOKFOLIO_EXPORT Context {
   void performAfterDelay(Record& record, std::int64_t microseconds,
                          std::function<void(Record&)> work);
 
-  // Computes the kept sums anew from all records and writes them, for a document whose sums verify()
-  // finds wrong. Throws StoreError when there are unsaved changes, LoadError. Errors: the engine's.
-  // Cost: everything that the sums are made of is read.
+  // Computes the kept sums anew from all records and writes them, for a document whose sums
+  // verify() finds wrong. Throws StoreError when there are unsaved changes, LoadError. Errors: the
+  // engine's. Cost: everything that the sums are made of is read.
   bool rebuildSums(ErrorOut error = nullptr);
 
   // Lets go of the values of records that are as saved, where entities are looked up record by
-  // record (EntityTable::byLookup): reading them again fetches them again. Records that were changed
-  // or inserted since the last save, and those that somebody observes, stay. Pointers to records
-  // stay good. Long reports call this between their parts. Answers how many records were let go.
-  // Cost: that of a walk over the records in memory.
+  // record (EntityTable::byLookup): reading them again fetches them again. Records that were
+  // changed or inserted since the last save, and those that somebody observes, stay. Pointers to
+  // records stay good. Long reports call this between their parts. Answers how many records were
+  // let go. Cost: that of a walk over the records in memory.
   std::size_t releaseUnused();
 
   // Checks the store against itself: inverses agree, indexes, kept sums and sets equal scans.

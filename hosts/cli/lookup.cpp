@@ -81,9 +81,8 @@ FiscalYear* findYear(const Session& session, const std::string& text) {
 FiscalYear* findYearInUse(const Session& session, const std::string& text) {
   if (!text.empty()) return findYear(session, text);
   const std::vector<FiscalYear*> years = allYears(session);
-  const auto used = std::find_if(years.rbegin(), years.rend(), [](const FiscalYear* year) {
-    return !year->entries().empty();
-  });
+  const auto used = std::find_if(years.rbegin(), years.rend(),
+                                 [](const FiscalYear* year) { return !year->entries().empty(); });
   return used != years.rend() ? *used : findYear(session, text);
 }
 

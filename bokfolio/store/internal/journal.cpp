@@ -163,8 +163,8 @@ void Journal::discard(Record& record) {
 void Journal::remove(Record& record) {
   store_->slots(record);
   if (!RecordAccess::isLive(record) || RecordAccess::has(record, RecordAccess::kLeaving)) return;
-  // Everything is read before anything changes. What a Deny rule keeps stays linked, so that rolling
-  // back finds it; the save is refused.
+  // Everything is read before anything changes. What a Deny rule keeps stays linked, so that
+  // rolling back finds it; the save is refused.
   std::vector<std::pair<const Property*, std::vector<Record*>>> partners;
   for (const Property& property : record.entity().properties())
     if (property.isRelationship() && property.deleteRule() != DeleteRule::Deny)

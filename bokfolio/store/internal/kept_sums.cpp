@@ -149,8 +149,7 @@ std::optional<KeptSums::Share> KeptSums::shareOf(const Record& record) const {
   if (share.place.period == 0 || (share.place.owner == 0 && share.place.mark == 0))
     return std::nullopt;
   if (!slots.isNil(layout.plus->ordinal())) share.amount += slots.decimal(layout.plus->ordinal());
-  if (!slots.isNil(layout.minus->ordinal()))
-    share.amount -= slots.decimal(layout.minus->ordinal());
+  if (!slots.isNil(layout.minus->ordinal())) share.amount -= slots.decimal(layout.minus->ordinal());
   const std::uint16_t instant = layout.instant->ordinal();
   share.instant = far.isNil(instant) ? kNoInstant : far.date(instant).microseconds();
   return share;
@@ -269,8 +268,7 @@ void KeptSums::appendLines(const Place& place, Ledger& ledger, std::vector<SumLi
 void KeptSums::appendAll(const Place& place, const Ledger& ledger,
                          std::vector<SumLine>& lines) const {
   const auto append = [&](std::optional<std::int64_t> instant, const ExactSum& sum) {
-    if (!sum.isZero())
-      lines.push_back(lineOf(place.period, place.owner, place.mark, instant, sum));
+    if (!sum.isZero()) lines.push_back(lineOf(place.period, place.owner, place.mark, instant, sum));
   };
   append(std::nullopt, ledger.total);
   ledger.instants.forEach([&](std::int64_t instant, const ExactSum& sum) { append(instant, sum); });

@@ -89,7 +89,7 @@ class KeptSums {
   struct Ledger {
     ExactSum total;
     SumTree instants;
-    ExactSum change;  // of the total since the last save
+    ExactSum change;                                         // of the total since the last save
     std::vector<std::pair<std::int64_t, ExactSum>> changes;  // by instant, in order of counting
     bool isChanged = false;
   };
@@ -123,8 +123,8 @@ class KeptSums {
   Base base_ = Base::Unknown;
   bool knowsAll_ = false;  // every line is in memory
   Ledgers ledgers_;
-  std::unordered_set<RecordId> periods_;                 // whose totals are in memory
-  std::unordered_set<Place, HashOfPlace> instantsOf_;    // whose instants are, for every mark
+  std::unordered_set<RecordId> periods_;               // whose totals are in memory
+  std::unordered_set<Place, HashOfPlace> instantsOf_;  // whose instants are, for every mark
   std::vector<std::pair<Place, Ledger*>> changed_;
   std::vector<Record*> waiting_;
 };

@@ -66,8 +66,7 @@ std::optional<IndexCode> SavedGroups::code() {
 Record* SavedGroups::next() {
   Stream& stream = question_.ascending ? ascending_ : *group_;
   Record* head = stream.head();
-  if (head == nullptr ||
-      (question_.ascending && codeOf(*key_, store_->slots(*head)) != code_)) {
+  if (head == nullptr || (question_.ascending && codeOf(*key_, store_->slots(*head)) != code_)) {
     code_.reset();
     return nullptr;
   }
@@ -131,9 +130,7 @@ OrderedWalk::OrderedWalk(StoreParts& store, const OrderedSource& source, std::si
 }
 
 std::optional<std::vector<Record*>> OrderedWalk::matches() {
-  const auto isAhead = [&](IndexCode a, IndexCode b) {
-    return source_.ascending ? a < b : a > b;
-  };
+  const auto isAhead = [&](IndexCode a, IndexCode b) { return source_.ascending ? a < b : a > b; };
   while (found_.size() < limit_) {
     const auto own = indexCode();
     const auto saved = saved_ ? saved_->code() : std::nullopt;
@@ -204,8 +201,7 @@ Index::Position OrderedWalk::groupBegin(Index::Position edge, IndexCode code) co
   const IndexEntry edgeEntry = entries[edge];
   const auto start = entries.partitionPoint([&](const IndexEntry& entry) {
     if (!source_.bySecond) return entry.first < code;
-    return entry.first < edgeEntry.first ||
-           (entry.first == edgeEntry.first && entry.second < code);
+    return entry.first < edgeEntry.first || (entry.first == edgeEntry.first && entry.second < code);
   });
   const bool before =
       start.block != from_.block ? start.block < from_.block : start.slot < from_.slot;

@@ -99,8 +99,7 @@ Planner::Planner(StoreParts& store, const Entity& entity, const Conjuncts& conju
 }
 
 Source Planner::cheapest() {
-  best_.estimate =
-      store_.roughCount(entity_) * (store_.of(entity_).byLookup() ? kWholeEntity : 1);
+  best_.estimate = store_.roughCount(entity_) * (store_.of(entity_).byLookup() ? kWholeEntity : 1);
   for (const Group& group : groups_)
     for (const BoundComparison* conjunct : group.conjuncts) considerPartners(group, *conjunct);
   for (const Group& group : groups_) {
@@ -164,8 +163,7 @@ std::optional<SavedQuestion> Planner::questionOf(const Group& group, const Index
     for (const BoundComparison* conjunct : group.conjuncts) {
       const std::string* text = conjunct->constant().string();
       if (property->kind() != PropertyKind::String || text == nullptr ||
-          &conjunct->slotPath()->last() != property ||
-          conjunct->comparison() != Comparison::Equal)
+          &conjunct->slotPath()->last() != property || conjunct->comparison() != Comparison::Equal)
         continue;
       SavedCondition condition;
       condition.ordinal = property->ordinal();
@@ -203,9 +201,9 @@ double Planner::membersEstimate(const Record& owner, const Property& toMany) {
   const std::size_t count = store_.savedRecords.count(counted);
   const double added = static_cast<double>(store_.setOf(owner, toMany).size());
   if (count < kCounted) return static_cast<double>(count) + added;
-  return std::max(static_cast<double>(kCounted),
-                  store_.roughCount(toOne.entity()) /
-                      std::max(1.0, store_.roughCount(toOne.target()))) +
+  return std::max(
+             static_cast<double>(kCounted),
+             store_.roughCount(toOne.entity()) / std::max(1.0, store_.roughCount(toOne.target()))) +
          added;
 }
 
@@ -242,10 +240,10 @@ double Planner::spread(const std::vector<const Property*>& links) {
 }
 
 std::optional<OrderedSource> Planner::ordered(const Property& key, bool ascending) {
-  static const Group kNothing{{}, nullptr, {}};
+  const Group nothing{{}, &entity_, {}};
   const auto own = std::find_if(groups_.begin(), groups_.end(),
                                 [](const Group& each) { return each.links.empty(); });
-  const Group& group = own == groups_.end() ? kNothing : *own;
+  const Group& group = own == groups_.end() ? nothing : *own;
   std::optional<OrderedSource> best;
   std::size_t fewest = std::numeric_limits<std::size_t>::max();
   for (const IndexLayout& layout : entity_.indexes()) {

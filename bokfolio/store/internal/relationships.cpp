@@ -177,9 +177,8 @@ void Journal::unlink(Record& owner, const Property& toMany, Record& member) {
 // document knows only what is saved, and the set what came since.
 bool Journal::keepsSet(const Record& owner, const Property& toMany) const {
   const Property& toOne = toMany.inverse();
-  return RecordAccess::has(owner, RecordAccess::kBornHere) ||
-         toOne.entity().byLookup() || toOne.target().byLookup() ||
-         store_->of(toOne.entity()).inverseBuilt[toOne.ordinal()];
+  return RecordAccess::has(owner, RecordAccess::kBornHere) || toOne.entity().byLookup() ||
+         toOne.target().byLookup() || store_->of(toOne.entity()).inverseBuilt[toOne.ordinal()];
 }
 
 void Journal::linkAll(Record& record) {

@@ -415,8 +415,7 @@ std::size_t StoreParts::release() {
     }
     if (!records.loaded) continue;
     records.loaded = false;
-    for (internal::Index& index : records.indexes)
-      index.reset(internal::Index::Coverage::Changed);
+    for (internal::Index& index : records.indexes) index.reset(internal::Index::Coverage::Changed);
     records.table.forEach([&](Record* record) {
       if (RecordAccess::slots(*record) != nullptr && RecordAccess::isLive(*record) &&
           isChangedSinceSave(*record))

@@ -57,13 +57,13 @@ struct EntityRecords {
   const Entity* entity;
   internal::RecordTable table;
   internal::SlotPool pool;
-  std::byte* defaults;                   // the values of a record that was just inserted
-  std::vector<internal::Index> indexes;  // by IndexLayout::ordinal
-  std::vector<bool> inverseBuilt;        // by ordinal of a to-one: all its far sets are complete
-  std::optional<std::size_t> saved;      // how many the document has; unknown until asked for
-  std::ptrdiff_t sinceSave = 0;          // live records more than that
-  RecordId nextId = 0;                   // 0: the engine has not been asked yet
-  bool loaded = false;                   // every saved record is in memory
+  std::byte* defaults;                     // the values of a record that was just inserted
+  std::vector<internal::Index> indexes;    // by IndexLayout::ordinal
+  std::vector<bool> inverseBuilt;          // by ordinal of a to-one: all its far sets are complete
+  std::optional<std::size_t> saved;        // how many the document has; unknown until asked for
+  std::ptrdiff_t sinceSave = 0;            // live records more than that
+  RecordId nextId = 0;                     // 0: the engine has not been asked yet
+  bool loaded = false;                     // every saved record is in memory
   std::optional<internal::KeptSums> sums;  // entities with a kept sum only
   ReadAhead readAhead;                     // of records...
   std::vector<ReadAhead> membersAhead;     // ...and of far sets, by ordinal of a to-many
