@@ -63,10 +63,10 @@ void SieReadWithChecksum(benchmark::State& state) {
   run(state, manyRows(1'000'000, "K\x94p f\x94r kontoret", true));
 }
 
-BENCHMARK(SieFloorScanAndCopy)->Unit(benchmark::kMillisecond);
-BENCHMARK(SieReadCodePage437)->Unit(benchmark::kMillisecond);
-BENCHMARK(SieReadUtf8)->Unit(benchmark::kMillisecond);
-BENCHMARK(SieReadWithChecksum)->Unit(benchmark::kMillisecond);
+BENCHMARK(SieFloorScanAndCopy)->Name("sie/floor/scan and copy")->Unit(benchmark::kMillisecond);
+BENCHMARK(SieReadCodePage437)->Name("sie/read, code page 437")->Unit(benchmark::kMillisecond);
+BENCHMARK(SieReadUtf8)->Name("sie/read, UTF-8")->Unit(benchmark::kMillisecond);
+BENCHMARK(SieReadWithChecksum)->Name("sie/read, with checksum")->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace bokfolio

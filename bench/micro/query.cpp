@@ -174,15 +174,19 @@ void QuerySortTenThousand(benchmark::State& state) {
         world.linesOf(*world.heads[0]).sorted({SortDescriptor("sheet.date", false)}));
 }
 
-BENCHMARK(QueryFloorSumOfTenThousand)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QueryMakePredicate);
-BENCHMARK(QueryFindByNumber);
-BENCHMARK(QueryFindByName)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QueryGreatestOfYear);
-BENCHMARK(QuerySumOfSmallHead)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QuerySumOfTenThousand)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QuerySumOfTenThousandBeforeDay)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QueryScanByPath)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QuerySortTenThousand)->Unit(benchmark::kMicrosecond);
+BENCHMARK(QueryFloorSumOfTenThousand)
+    ->Name("query/floor/sum of 10 000")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(QueryMakePredicate)->Name("query/make a predicate");
+BENCHMARK(QueryFindByNumber)->Name("query/find by number");
+BENCHMARK(QueryFindByName)->Name("query/find by name")->Unit(benchmark::kMicrosecond);
+BENCHMARK(QueryGreatestOfYear)->Name("query/greatest of a year");
+BENCHMARK(QuerySumOfSmallHead)->Name("query/sum of a small set")->Unit(benchmark::kMicrosecond);
+BENCHMARK(QuerySumOfTenThousand)->Name("query/sum of 10 000")->Unit(benchmark::kMicrosecond);
+BENCHMARK(QuerySumOfTenThousandBeforeDay)
+    ->Name("query/sum of 10 000 before a day")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(QueryScanByPath)->Name("query/scan by path")->Unit(benchmark::kMicrosecond);
+BENCHMARK(QuerySortTenThousand)->Name("query/sort 10 000")->Unit(benchmark::kMicrosecond);
 
 }  // namespace
