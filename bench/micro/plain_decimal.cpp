@@ -77,6 +77,12 @@ std::uint64_t step(UInt128& rest, std::uint64_t next, UInt128 divisor) {
 }
 
 UInt128 divide(const Wide& dividend, UInt128 divisor, UInt128& rest) {
+  if (high(divisor) == 0) {
+    const std::uint64_t word = low(divisor);
+    const std::uint64_t first = divideWords(dividend.high << 64 | high(dividend.low), word, rest);
+    const std::uint64_t second = divideWords(rest << 64 | low(dividend.low), word, rest);
+    return static_cast<UInt128>(first) << 64 | second;
+  }
   const int shift =
       high(divisor) != 0 ? std::countl_zero(high(divisor)) : 64 + std::countl_zero(low(divisor));
   const UInt128 scaled = divisor << shift;

@@ -49,7 +49,7 @@ inline PlainDecimal plainAdd(const PlainDecimal& a, const PlainDecimal& b) {
 inline PlainDecimal plainMultiply(const PlainDecimal& a, const PlainDecimal& b) {
   const auto left = static_cast<std::int64_t>(a.low);
   const auto right = static_cast<std::int64_t>(b.low);
-  if (left >> 63 != a.high || right >> 63 != b.high) return {};
+  if (((left >> 63 ^ a.high) | (right >> 63 ^ b.high)) != 0) return {};
   return {static_cast<Int128>(left) * right, a.exponent + b.exponent};
 }
 
