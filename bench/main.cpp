@@ -98,12 +98,15 @@ class Driver {
 
   // Whether everything could be measured.
   bool measureAll() {
+    if (std::none_of(works_.begin(), works_.end(), [&](const auto& work) { return wanted(work); }))
+      throw std::invalid_argument("no work's name contains that; --list names them");
     for (const Work& work : works_) {
       if (wanted(work)) measureSizes(work);
     }
     describeMachine();
     table_.print(std::cout, options_.markdown);
-    return !failed_;
+    if (interrupted != 0) say("interrupted, the rest was not measured");
+    return !failed_ && interrupted == 0;
   }
   void list() const {
     for (const Work& work : works_) {

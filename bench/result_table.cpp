@@ -26,6 +26,19 @@ std::string shortText(double value) {
   return text.data();
 }
 
+// As short as it was written: limits.
+std::string limitText(double value) {
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "<= %g", value);
+  return text.data();
+}
+
+std::string slopeText(double value) {
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%.2f", value);
+  return text.data();
+}
+
 std::string timeText(double seconds) {
   if (seconds < 1e-6) return shortText(seconds * 1e9) + " ns";
   if (seconds < 1e-3) return shortText(seconds * 1e6) + " us";
@@ -42,7 +55,7 @@ std::string megabytes(std::int64_t bytes) {
 }
 
 std::string goalText(const Goal& goal) {
-  const std::string limit = "<= " + shortText(goal.atMost);
+  const std::string limit = limitText(goal.atMost);
   switch (goal.kind) {
     case Goal::Kind::OfFloor:
       return limit + " x floor";
@@ -158,7 +171,7 @@ ResultTable::Cells ResultTable::cellsOf(std::size_t at) const {
   cells.push_back(outcome.floor ? valueText(work, work.deciding(*outcome.floor)) : "");
   cells.push_back(
       outcome.floor ? shortText(work.deciding(outcome.work) / work.deciding(*outcome.floor)) : "");
-  cells.push_back(growth ? shortText(*growth) : "");
+  cells.push_back(growth ? slopeText(*growth) : "");
   std::string toReach;
   std::string reached;
   for (const Goal& goal : work.goals) {
