@@ -110,10 +110,9 @@ void addYear(Context& context, int number, std::size_t rows) {
                Sale(random));
 }
 
-std::unique_ptr<Context> prepared(std::unique_ptr<Context> context,
-                                  const std::optional<Error>& error) {
+std::unique_ptr<Context> opened(std::unique_ptr<Context> context,
+                                const std::optional<Error>& error) {
   require(context != nullptr, error);
-  context->setUndoEnabled(false);
   return context;
 }
 
@@ -131,13 +130,13 @@ Environment environment() {
 std::unique_ptr<Context> create(const std::string& path) {
   std::optional<Error> error;
   auto context = createDocument(path, environment(), &error);
-  return prepared(std::move(context), error);
+  return opened(std::move(context), error);
 }
 
 std::unique_ptr<Context> open(const std::string& path) {
   std::optional<Error> error;
   auto context = openDocument(path, OpenMode::ReadWrite, environment(), &error);
-  return prepared(std::move(context), error);
+  return opened(std::move(context), error);
 }
 
 void save(Context& context) {
@@ -154,12 +153,14 @@ void makeBook(const std::string& path, std::size_t rows) {
   const std::size_t years = std::max<std::size_t>(1, rows / kRowsPerYear);
   for (std::size_t at = 0; at < years; ++at) {
     const auto context = open(path);
+    context->setUndoEnabled(false);
     addYear(*context, kLastYear - static_cast<int>(years - 1 - at), rows / years);
     save(*context);
   }
 }
 
 void addEntries(Context& context, std::size_t entries, std::uint64_t seed) {
+  context.setUndoEnabled(false);
   const std::vector<Date> days = daysOf(kLastYear);
   auto* year = FiscalYear::latestFiscalYearInContext(context);
   const std::int64_t highest = year->highestEntryNumber();
@@ -210,6 +211,7 @@ void fileOneEntry(Context& context, std::uint64_t round) {
   }
   std::optional<Error> error;
   require(entry->fileMe(&error).has_value(), error);
+  context.closeUndoGroup();
 }
 
 FiscalYear* lastYearWithEntries(Context& context) {

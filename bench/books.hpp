@@ -32,7 +32,7 @@ inline constexpr std::int64_t kFirstTag = 1;
 // Zone CET, nothing read from the user's settings, nothing written but the document.
 Environment environment();
 
-// Undo is off in all of them. They throw std::runtime_error with the library's words.
+// With undo, as a host at a desk has them. They throw std::runtime_error with the library's words.
 std::unique_ptr<Context> create(const std::string& path);
 std::unique_ptr<Context> open(const std::string& path);
 void save(Context& context);
@@ -40,12 +40,12 @@ void save(Context& context);
 // A saved document of so many rows, made a year at a time, so that making ten million rows takes
 // the memory of one.
 void makeBook(const std::string& path, std::size_t rows);
-// So many entries more in the latest year, numbered on, unsaved.
+// So many entries more in the latest year, numbered on, unsaved; undo is off from then on.
 void addEntries(Context& context, std::size_t entries, std::uint64_t seed);
 // A SIE file of type 4 with the year after the last and so many rows on the book's accounts.
 std::string sieText(std::size_t rows);
 
-// Composes an entry of three rows on the day of the latest entry and files it.
+// Composes an entry of three rows on the day of the latest entry and files it; one step of undo.
 void fileOneEntry(Context& context, std::uint64_t round);
 
 // The balances of all accounts in the latest year with entries, and their absolute sum as text.

@@ -82,6 +82,7 @@ Outcome carryForwardOf(const Case& of, bool known) {
 // --- Writing
 
 void import(Context& context, const std::string& path) {
+  context.setUndoEnabled(false);
   std::ostringstream bytes;
   bytes << std::ifstream(path, std::ios::binary).rdbuf();
   std::optional<Error> error;
