@@ -382,7 +382,7 @@ void StoreParts::settle() {
 // Whether nothing would be lost: the document has the values, and the sets hold nothing new.
 bool StoreParts::canRelease(const Record& record) const {
   if (RecordAccess::slots(record) == nullptr || isChangedSinceSave(record) ||
-      RecordAccess::has(record, RecordAccess::kObserved) || laterLinks_.count(&record) != 0)
+      RecordAccess::has(record, RecordAccess::kObserved))
     return false;
   const SlotView values = RecordAccess::view(record);
   bool can = true;

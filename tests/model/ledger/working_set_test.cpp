@@ -124,6 +124,39 @@ TEST_F(WorkingSet, LettingGoLosesNothing) {
   EXPECT_EQ(changed->number(), 5);
 }
 
+TEST_F(WorkingSet, ARecordThatIsNotInMemoryIsLinkedAllTheSame) {
+  auto* from = context().fetchFirst<Entry>(Predicate("number == 5"));
+  auto* to = context().fetchFirst<Entry>(Predicate("number == 6"));
+  Row* moved = from->rows().first();
+  const std::vector<Record*> before = to->rows().snapshot();
+  EXPECT_GT(context().releaseUnused(), 0U);
+  moved->setEntry(to);
+  std::vector<Record*> expected = before;
+  expected.insert(expected.begin(), moved);
+  EXPECT_EQ(to->rows().snapshot(), expected);
+  EXPECT_EQ(from->rows().count(), 1U);
+  context().rollback();
+  EXPECT_EQ(to->rows().snapshot(), before);
+}
+
+TEST_F(WorkingSet, SumsThatNobodyAskedForAreSavedAndAskedForLater) {
+  const Date day = cetDate(2009, 6, 15);
+  Entry* made = filed(latest_, day, kEntries + 1);
+  row(made, bank_, 1000, project_);
+  row(made, sales_, -1000);
+  ASSERT_TRUE(context().save());
+  EXPECT_EQ(bank_->balanceByDate(std::nullopt, latest_), Decimal(kSum + 1000));
+  EXPECT_EQ(bank_->sumOfNets(*latest_, day, true) - bank_->sumOfNets(*latest_, day, false),
+            Decimal(1000));
+  made->setDate(cetDate(2009, 6, 16));
+  ASSERT_TRUE(context().save());
+  EXPECT_EQ(bank_->sumOfNets(*latest_, day, true), bank_->sumOfNets(*latest_, day, false));
+  reopen();
+  EXPECT_EQ(bank_->sumOfNets(*latest_, cetDate(2009, 6, 16), true, project_) -
+                bank_->sumOfNets(*latest_, cetDate(2009, 6, 16), false, project_),
+            Decimal(1000));
+}
+
 // An engine whose document was written by a library that keeps no sums, or wrong ones.
 TEST_F(WorkingSet, SumsThatAreMissingOrWrongAreMadeAnew) {
   faults_->clear();
