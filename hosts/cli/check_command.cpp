@@ -4,6 +4,7 @@
 
 #include "commands.hpp"
 #include "document_check.hpp"
+#include "failure.hpp"
 #include "session.hpp"
 
 namespace bokfolio::cli {
@@ -30,8 +31,18 @@ Json countsJson(const DocumentCheck::Counts& counts) {
           {"rows", counts.rows}};
 }
 
-void check(Host& host) {
-  const Session session = Session::reading(host);
+Session openedForCheck(Host& host, bool rebuildSums) {
+  if (!rebuildSums) return Session::reading(host);
+  Session session = Session::writing(host);
+  std::optional<Error> error;
+  bool rebuilt = false;
+  session.read([&] { rebuilt = session.context().rebuildSums(&error); });
+  if (!rebuilt) throw Failure(ExitStatus::Document, error->localizedDescription());
+  return session;
+}
+
+void check(Host& host, bool rebuildSums) {
+  const Session session = openedForCheck(host, rebuildSums);
   Json findings = Json::array();
   DocumentCheck document(host, session.context(), [&](const Finding& finding) {
     const char* weight = finding.weight == Finding::Weight::Fault ? "fault" : "remark";
@@ -61,7 +72,10 @@ void addCheckCommand(CLI::App& app, Host& host) {
       "rows tell who and when, both sides of every relationship agree... Exit status 1 when a "
       "fault\n"
       "is found; remarks are no faults.");
-  onRun(command, host, check);
+  const auto rebuildSums = std::make_shared<bool>(false);
+  command->add_flag("--rebuild-sums", *rebuildSums,
+                    "Add up anew first what the document keeps of balances");
+  onRun(command, host, [rebuildSums](Host& h) { check(h, *rebuildSums); });
 }
 
 }  // namespace bokfolio::cli

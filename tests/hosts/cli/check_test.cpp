@@ -7,8 +7,9 @@ namespace bokfolio::test {
 namespace {
 
 // Subject and message of each fault, and of each remark.
-std::vector<std::string> findings(const Desk& desk, const char* weight) {
-  const Outcome outcome = desk.run("--json check");
+std::vector<std::string> findings(const Desk& desk, const char* weight,
+                                  const std::string& options = "") {
+  const Outcome outcome = desk.run("--json check" + options);
   const Json json = Json::parse(outcome.out);
   EXPECT_EQ(outcome.status, json["sound"].get<bool>() ? 0 : 1);
   std::vector<std::string> lines;
@@ -74,8 +75,19 @@ TEST(CliCheck, FindsWhatBreaksARule) {
   for (const auto& [statement, expected] : cases) {
     desk.write("book.bokfolio", sound);
     desk.sql(statement);
-    EXPECT_EQ(findings(desk, "fault"), expected) << statement;
+    EXPECT_EQ(findings(desk, "fault", " --rebuild-sums"), expected) << statement;
   }
+}
+
+TEST(CliCheck, SumsThatRowsDoNotComeToAreAddedUpAnew) {
+  const Desk desk;
+  desk.furnish();
+  desk.ok("entry add --date 2025-02-03 4010:800 1930:-800");
+  desk.sql("UPDATE Row SET debit='801' WHERE id=1; UPDATE Row SET credit='801' WHERE id=2");
+  EXPECT_EQ(findings(desk, "fault"),
+            std::vector<std::string>{"store: Row: the kept sums differ from a scan"});
+  EXPECT_EQ(findings(desk, "fault", " --rebuild-sums"), std::vector<std::string>());
+  EXPECT_EQ(findings(desk, "fault"), std::vector<std::string>());
 }
 
 TEST(CliCheck, RemarksAreNoFaults) {
