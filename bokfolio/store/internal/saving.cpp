@@ -5,6 +5,7 @@
 
 #include "bokfolio/store/internal/query.hpp"
 #include "bokfolio/store/internal/store_parts.hpp"
+#include "bokfolio/store/store_error.hpp"
 
 namespace bokfolio::internal {
 
@@ -165,6 +166,10 @@ bool save(StoreParts& store, ErrorOut error) {
   bool done = false;
   try {
     done = validateAndCommit(store, error);
+  } catch (const LoadError& failure) {
+    if (error != nullptr)
+      *error = Error(kPersistenceErrorDomain, static_cast<int>(PersistenceError::Failed),
+                     failure.what());
   } catch (...) {
     journal.takeBackTrial();
     throw;

@@ -157,6 +157,22 @@ TEST_F(WorkingSet, SumsThatNobodyAskedForAreSavedAndAskedForLater) {
             Decimal(1000));
 }
 
+TEST_F(WorkingSet, ASaveThatCannotReadTheSumsChangesNothing) {
+  row(filed(latest_, cetDate(2009, 6, 15), kEntries + 1), bank_, 1000);
+  context().fetchFirst<Row>(Predicate("debit == 1000"))->setCredit(1000);
+  PersistenceFault fault;
+  fault.operation = PersistenceOperation::Sums;
+  fault.description = "No disk.";
+  faults_->add(fault);
+  std::optional<Error> error;
+  EXPECT_FALSE(context().save(&error));
+  ASSERT_TRUE(error);
+  EXPECT_NE(error->localizedDescription().find("No disk."), std::string::npos);
+  faults_->clear();
+  ASSERT_TRUE(context().save(&error)) << error->localizedDescription();
+  EXPECT_EQ(context().verify(), std::vector<std::string>());
+}
+
 // An engine whose document was written by a library that keeps no sums, or wrong ones.
 TEST_F(WorkingSet, SumsThatAreMissingOrWrongAreMadeAnew) {
   faults_->clear();
