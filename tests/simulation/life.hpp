@@ -1,0 +1,97 @@
+// Life: a firm lived step by step, in a document and in the plain book at once. Each step asks the
+// document for what the plain book foresees and throws Disagreement when the answers differ.
+//
+// A step that changes something is one group of undo. What a step is refused, the host takes back
+// as hosts do, by undo or by rollback in turn, and the plain book stays where it was.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "tests/simulation/desk.hpp"
+#include "tests/simulation/operations.hpp"
+#include "tests/simulation/plain_firm.hpp"
+#include "tests/simulation/step.hpp"
+
+namespace bokfolio::simulation {
+
+enum class Outcome {
+  Done,
+  Nothing,   // there was nothing to do it with, and nothing was touched
+  TakeBack,  // refused, as foreseen
+};
+
+class Life {
+ public:
+  // A new document with a book, its company, the accounts that have a part to play and the first
+  // year; saved.
+  explicit Life(bool sqlite);
+
+  void take(const Step& step) { operations()[step.operation].take(*this, step); }
+  // Everything is compared, saved, read anew and compared again.
+  void finish();
+
+  // A step that changes both sides: `work` gets the plain book to change.
+  using Work = std::function<Outcome(Desk&, PlainFirm&)>;
+  void change(const Work& work);
+  void undo();
+  void redo();
+  void rollback();
+  void save(bool reopened);
+  void failToSave();
+  // Closes without saving.
+  void abandon();
+  // The next change stays in one group of undo with the one after it.
+  void join() { joining_ = true; }
+  // The next change is made with undo switched off, as importers do.
+  void changeUnrecorded() { unrecorded_ = true; }
+  void compareDump();
+
+  Desk& desk() { return desk_; }
+  const PlainFirm& plain() const { return now_; }
+
+ private:
+  void takeBack(bool wasOpen, bool unrecorded);
+  void forgetSteps();
+  void compareState();
+
+  Desk desk_;
+  PlainFirm now_;
+  PlainFirm saved_;
+  std::vector<PlainFirm> undo_;
+  // Empty where a refused step was taken back: what it had changed is nowhere written down.
+  std::vector<std::optional<PlainFirm>> redo_;
+  std::int64_t marks_ = 0;
+  std::size_t takenBack_ = 0;
+  bool open_ = false;  // the latest group waits for the next change
+  bool joining_ = false;
+  bool unrecorded_ = false;
+};
+
+// --- Comparisons
+std::string inWords(Amount amount);
+inline std::string inWords(std::int64_t number) { return std::to_string(number); }
+
+// Throws when the library's answer is not the plain book's.
+template <class T>
+void expectSame(const char* what, Id of, const T& library, const T& plain) {
+  if (library == plain) return;
+  throw Disagreement(std::string(what) + " (record " + std::to_string(of) + ") is " +
+                     inWords(library) + ", the plain book has " + inWords(plain));
+}
+inline void expectSame(const char* what, Id of, const Decimal& library, Amount plain) {
+  expectSame(what, of, amount(library), plain);
+}
+inline void expectTrue(const char* what, bool holds) {
+  if (!holds) throw Disagreement(std::string("it does not hold that ") + what);
+}
+
+// What the plain book foresees of one balance, and of everything.
+void askBalance(Desk& desk, const PlainFirm& plain, const Step& step);
+void auditLedger(Desk& desk, const PlainFirm& plain);
+void auditInvoicing(Desk& desk, const PlainFirm& plain);
+void auditInverses(Desk& desk);
+void verifyStore(Desk& desk);
+
+}  // namespace bokfolio::simulation

@@ -1,0 +1,119 @@
+// bokfolio_soak: simulated firms, one after the other, until so many steps are done or somebody
+// stops it. Each firm lives with a seed of its own; the first one that does not agree with the
+// plain book ends the run with the shortest list of steps that shows it.
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+
+#include "tests/simulation/operations.hpp"
+#include "tests/simulation/replay.hpp"
+
+namespace {
+
+using namespace bokfolio::simulation;
+
+struct Options {
+  std::uint64_t steps = 0;  // 0: until stopped
+  std::uint64_t seed = 1;
+  std::uint64_t life = 600;
+  std::string script;
+};
+
+constexpr const char* kUsage =
+    "usage: bokfolio_soak [--steps N] [--seed S] [--life N] [--case FILE]\n"
+    "  --steps  so many steps in all; without it, until stopped\n"
+    "  --seed   of the first firm; the next one has the next seed\n"
+    "  --life   steps of one firm (600)\n"
+    "  --case   lives the steps of a file instead\n";
+
+// For the last words of a process that dies in the library.
+volatile std::sig_atomic_t currentSeed = 0;
+volatile std::sig_atomic_t currentLife = 0;
+
+void tellSeed(int signal) {
+  std::fprintf(stderr, "soak: died of signal %d in --seed %ld --life %ld\n", signal,
+               static_cast<long>(currentSeed), static_cast<long>(currentLife));
+  std::_Exit(3);
+}
+
+bool readOptions(int count, char** words, Options& options) {
+  for (int i = 1; i < count; i += 2) {
+    const std::string_view name = words[i];
+    if (i + 1 == count) return false;
+    const auto number = std::strtoull(words[i + 1], nullptr, 10);
+    if (name == "--steps") {
+      options.steps = number;
+    } else if (name == "--seed") {
+      options.seed = number;
+    } else if (name == "--life" && number > 0) {
+      options.life = number;
+    } else if (name == "--case") {
+      options.script = words[i + 1];
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+int runCase(const std::string& path) {
+  std::ifstream file(path);
+  if (!file) {
+    std::fprintf(stderr, "soak: cannot read %s\n", path.c_str());
+    return 2;
+  }
+  const Script script = parseScript({std::istreambuf_iterator<char>(file), {}});
+  const auto failure = live(script);
+  if (!failure) return std::puts("agrees"), 0;
+  const std::string step = failure->step < script.steps.size()
+                               ? textOf(script.steps[failure->step])
+                               : std::string("the final check");
+  std::printf("%s: %s\n", step.c_str(), failure->reason.c_str());
+  return 1;
+}
+
+int run(const Options& options) {
+  using Clock = std::chrono::steady_clock;
+  const auto start = Clock::now();
+  std::uint64_t done = 0;
+  std::uint64_t told = 0;
+  for (std::uint64_t seed = options.seed; options.steps == 0 || done < options.steps; ++seed) {
+    currentSeed = static_cast<std::sig_atomic_t>(seed);
+    currentLife = static_cast<std::sig_atomic_t>(options.life);
+    const Script script = generate(seed, options.life);
+    if (const auto failure = live(script)) {
+      std::printf("%s\n", report(seed, script, *failure).c_str());
+      return 1;
+    }
+    done += script.steps.size();
+    if (done / 10'000 == told) continue;
+    told = done / 10'000;
+    const std::chrono::duration<double> spent = Clock::now() - start;
+    std::printf("%llu steps, %llu firms, %.0f steps/s\n", static_cast<unsigned long long>(done),
+                static_cast<unsigned long long>(seed - options.seed + 1),
+                static_cast<double>(done) / spent.count());
+    std::fflush(stdout);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+  Options options;
+  if (!readOptions(count, words, options)) {
+    std::fputs(kUsage, stderr);
+    return 2;
+  }
+  for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE}) std::signal(signal, tellSeed);
+  try {
+    return options.script.empty() ? run(options) : runCase(options.script);
+  } catch (const std::exception& failed) {
+    std::fprintf(stderr, "soak: %s\n", failed.what());
+    return 2;
+  }
+}
