@@ -26,7 +26,8 @@ class Unreckonable : public std::exception {};
 
 inline Amount share(Amount a, Amount numerator, Amount denominator) {
   Amount common = numerator;
-  for (Amount rest = denominator; rest != 0;) std::tie(common, rest) = std::pair(rest, common % rest);
+  for (Amount rest = denominator; rest != 0;)
+    std::tie(common, rest) = std::pair(rest, common % rest);
   if (denominator == 0 || a % (denominator / common) != 0) throw Unreckonable();
   return a / (denominator / common) * (numerator / common);
 }

@@ -74,10 +74,10 @@ void auditBalances(Desk& desk, const PlainFirm& plain) {
       if (entry->year != 0) sums[{row.account, entry->year}] += row.net();
   for (const auto& [account, content] : plain.accounts)
     for (const auto& [year, bounds] : plain.years)
-      expectSame("a balance", account,
-                 desk.get<Account>(account)->balanceByDate(std::nullopt,
-                                                           desk.get<FiscalYear>(year)),
-                 sums[{account, year}]);
+      expectSame(
+          "a balance", account,
+          desk.get<Account>(account)->balanceByDate(std::nullopt, desk.get<FiscalYear>(year)),
+          sums[{account, year}]);
   expectCount(desk, "StartingBalance", plain.openings.size());
   for (const StartingBalance* opening : desk.context().fetch<StartingBalance>()) {
     const auto found = plain.openings.find({idOf(opening->account()), idOf(opening->fiscalYear())});
@@ -101,8 +101,9 @@ void auditInvoice(Desk& desk, const PlainFirm& plain, Id id, const PlainInvoice&
              invoice.unrounded() - invoice.totalExclVat());
   expectSame("the rounding of an invoice", id, live->roundingAmount(),
              invoice.total() - invoice.unrounded());
-  expectSame<std::int64_t>("the days of an invoice", id, live->days().value_or(-1),
-                           invoice.days != 0 ? invoice.days : plain.days);
+  // One that is returned without having been sent has no terms.
+  expectSame<std::int64_t>("the days of an invoice", id, live->days().value_or(0),
+                           invoice.isSent() ? invoice.days : plain.days);
   if (invoice.days == 0) return;
   expectSame("the amount owed", id, live->localAmount().value_or(0), invoice.local);
   expectSame("the amount paid", id, live->paidAmount().value_or(0), invoice.paid.value_or(0));
@@ -135,8 +136,8 @@ void auditLedger(Desk& desk, const PlainFirm& plain) {
   expectCount(desk, "Account", plain.accounts.size());
   for (const auto& [id, account] : plain.accounts) {
     const auto* live = desk.get<Account>(id);
-    expectSameId("the account of a number", id, Account::accountWithNumber(account->number, context),
-                 id);
+    expectSameId("the account of a number", id,
+                 Account::accountWithNumber(account->number, context), id);
     expectSame<std::int64_t>("the type of an account", id, live->type().value_or(-1),
                              account->type);
     expectTrue("an account keeps its note",

@@ -65,8 +65,7 @@ std::unique_ptr<Persistence> Desk::engine() const {
   if (!sqlite_) return makeMemoryPersistence(memory_);
   SqliteOptions options;
   options.path = (folder_ / "firm.bokfolio").string();
-  options.mode =
-      std::filesystem::exists(options.path) ? OpenMode::ReadWrite : OpenMode::Create;
+  options.mode = std::filesystem::exists(options.path) ? OpenMode::ReadWrite : OpenMode::Create;
   options.clock = world.clock;
   return makeSqlitePersistence(options);
 }
@@ -89,8 +88,8 @@ Dump Desk::dump() {
       std::string& text = all[entity.name() + ' ' + std::to_string(record->id())];
       for (const Property& property : entity.properties())
         if (!property.transient())
-          text += property.name() + '=' +
-                  textOf(record->primitiveValueForKey(property.name())) + "; ";
+          text +=
+              property.name() + '=' + textOf(record->primitiveValueForKey(property.name())) + "; ";
     }
   }
   return all;

@@ -27,8 +27,8 @@ void makeAccounts(Context& context, PlainFirm& plain) {
     account->setType(kRoleAccounts[role].type);
     account->setName("Account " + std::to_string(kRoleAccounts[role].number));
     plain.roles[role] = account->id();
-    plain.accounts.add(account->id(),
-                       {kRoleAccounts[role].number, static_cast<int>(kRoleAccounts[role].type), ""});
+    plain.accounts.add(account->id(), {kRoleAccounts[role].number,
+                                       static_cast<int>(kRoleAccounts[role].type), ""});
   }
 }
 
@@ -73,6 +73,7 @@ void Life::change(const Work& work) {
   } catch (const Unreckonable&) {
     // Plans are made before anything is touched.
   }
+  ++tally_[current_][static_cast<std::size_t>(outcome)];
   const bool wasOpen = std::exchange(open_, false);
   if (outcome != Outcome::Nothing) {
     next.mark = ++marks_;
@@ -99,7 +100,7 @@ void Life::change(const Work& work) {
 void Life::takeBack(bool wasOpen, bool unrecorded) {
   Context& context = desk_.context();
   context.closeUndoGroup();
-  if (unrecorded || ++takenBack_ % 2 == 0) return rollback();
+  if (unrecorded || ++takenBack_ % 6 == 0) return rollback();
   if (wasOpen) {
     now_ = std::move(undo_.back());
     undo_.pop_back();
@@ -165,13 +166,14 @@ void Life::failToSave() {
   fault.operation = PersistenceOperation::Commit;
   desk_.faults->add(fault);
   const bool changed = desk_.context().hasChanges();
-  expectTrue("what differs from the saved state is a change",
-             changed || now_.mark == saved_.mark);
+  expectTrue("what differs from the saved state is a change", changed || now_.mark == saved_.mark);
   expectTrue("a save fails with its engine", desk_.context().save() == !changed);
   expectTrue("a failed save leaves its changes", desk_.context().hasChanges() == changed);
   desk_.faults->clear();
-  open_ = false;
-  if (!changed) forgetSteps();
+  if (!changed) {
+    open_ = false;
+    forgetSteps();
+  }
   compareState();
 }
 
@@ -204,8 +206,8 @@ void Life::compareState() {
   Context& context = desk_.context();
   expectTrue("undo is offered as foreseen", context.canUndo() == !undo_.empty());
   expectTrue("redo is offered as foreseen", context.canRedo() == !redo_.empty());
-  expectSame("the mark of the state", now_.book,
-             desk_.get<Book>(now_.book)->vatMode().value_or(-1), now_.mark);
+  expectSame("the mark of the state", now_.book, desk_.get<Book>(now_.book)->vatMode().value_or(-1),
+             now_.mark);
 }
 
 void Life::finish() {

@@ -28,7 +28,10 @@ class Life {
   // year; saved.
   explicit Life(bool sqlite);
 
-  void take(const Step& step) { operations()[step.operation].take(*this, step); }
+  void take(const Step& step) {
+    current_ = step.operation;
+    operations()[step.operation].take(*this, step);
+  }
   // Everything is compared, saved, read anew and compared again.
   void finish();
 
@@ -50,6 +53,9 @@ class Life {
 
   Desk& desk() { return desk_; }
   const PlainFirm& plain() const { return now_; }
+  // How often each operation that changes something was done, found nothing, and was taken back.
+  using Tally = std::map<std::size_t, std::array<int, 3>>;
+  const Tally& tally() const { return tally_; }
 
  private:
   void takeBack(bool wasOpen, bool unrecorded);
@@ -62,6 +68,8 @@ class Life {
   std::vector<PlainFirm> undo_;
   // Empty where a refused step was taken back: what it had changed is nowhere written down.
   std::vector<std::optional<PlainFirm>> redo_;
+  Tally tally_;
+  std::size_t current_ = 0;
   std::int64_t marks_ = 0;
   std::size_t takenBack_ = 0;
   bool open_ = false;  // the latest group waits for the next change

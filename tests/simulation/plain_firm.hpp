@@ -17,7 +17,7 @@
 
 namespace bokfolio::simulation {
 
-using Id = std::uint64_t;  // of the library's record; 0 is none
+using Id = std::uint64_t;      // of the library's record; 0 is none
 using Instant = std::int64_t;  // microseconds since 1970
 
 // Records by ascending id. Copies share what neither has edited since.
@@ -64,8 +64,19 @@ class Shelf {
 
 // Accounts with a part to play. They keep their types and are never dropped.
 enum Role : std::size_t {
-  kBank, kReceivable, kPayable, kOutputVat, kInputVat, kSales, kServices, kRounding, kGains,
-  kLosses, kPurchases, kResults, kRoles,
+  kBank,
+  kReceivable,
+  kPayable,
+  kOutputVat,
+  kInputVat,
+  kSales,
+  kServices,
+  kRounding,
+  kGains,
+  kLosses,
+  kPurchases,
+  kResults,
+  kRoles,
 };
 
 struct PlainAccount {
@@ -123,7 +134,7 @@ struct PlainArticle {
 
 struct PlainRebate {
   bool absolute = false;
-  Amount value = 0;  // an amount, or whole percents
+  Amount value = 0;             // an amount, or whole percents
   Amount on(Amount sum) const;  // negative for a reduction
 };
 
@@ -254,7 +265,7 @@ class PlainFirm {
 
 // --- The calendar of central Europe, as far as a book needs it.
 Instant instantOf(int year, int dayOfYear, int hour);
-std::int64_t localDay(Instant instant);  // days since 1970 by the wall's calendar
+std::int64_t localDay(Instant instant);          // days since 1970 by the wall's calendar
 Instant laterByDays(Instant instant, int days);  // at the same time of day
 
 }  // namespace bokfolio::simulation

@@ -55,7 +55,8 @@ void roundAway(std::vector<PlainRow>& rows, Id account) {
       row.debit -= rest;
     }
   }
-  std::erase_if(rows, [&](const PlainRow& row) { return row.account == account && row.net() == 0; });
+  std::erase_if(rows,
+                [&](const PlainRow& row) { return row.account == account && row.net() == 0; });
   if (!found) rows.push_back(rest <= 0 ? debit(account, -rest) : credit(account, rest));
 }
 
@@ -149,8 +150,7 @@ std::optional<std::vector<PlainRow>> PlainFirm::saleRows(const PlainInvoice& inv
     if (article == nullptr || article->sales == 0) return std::nullopt;
     if (article->vatAccount == 0 && vat != 0) return std::nullopt;
     amounts[numberOf(article->sales)] += share(line.exclVat(), rate, kUnit);
-    if (article->vatAccount != 0)
-      amounts[numberOf(article->vatAccount)] += share(vat, rate, kUnit);
+    if (article->vatAccount != 0) amounts[numberOf(article->vatAccount)] += share(vat, rate, kUnit);
   }
   if (invoice.rebate && invoice.rebate->absolute) {
     takeOffFixed(invoice, amounts);
@@ -253,8 +253,8 @@ int PlainFirm::reverse(PlainInvoice& invoice, bool toBank, Instant now,
     if (sale == nullptr && entry->name == name) sale = entry.get();
   if (sale == nullptr) return kNoSalesEntry;
   const bool isLoss = invoice.status == kLost;
-  PlainEntry entry{named(isLoss ? "Customer loss, invoice " : "Returned invoice ", invoice), 0, now,
-                   0, {}, 0};
+  PlainEntry entry{
+      named(isLoss ? "Customer loss, invoice " : "Returned invoice ", invoice), 0, now, 0, {}, 0};
   for (PlainRow row : sale->rows) {
     if (row.isRemoved()) continue;
     std::swap(row.debit, row.credit);

@@ -92,46 +92,47 @@ TEST_P(NoticedMeddling, DoesNotPass) {
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, NoticedMeddling,
-    testing::Values(
-        Meddling{"an amount",
-                 [](Desk& desk, const PlainFirm&) {
-                   anyOf<Row>(desk, "debit > 0")->setDebit(Decimal(1));
-                 }},
-        Meddling{"a lost row",
-                 [](Desk& desk, const PlainFirm&) {
-                   desk.context().deleteObject(anyOf<Row>(desk, "debit > 0"));
-                 }},
-        Meddling{"the date of an entry",
-                 [](Desk& desk, const PlainFirm&) {
-                   auto* entry = anyOf<Entry>(desk, "fiscalYear != nil");
-                   entry->setDate(entry->date()->addingSeconds(1));
-                 }},
-        Meddling{"a gap in the numbers",
-                 [](Desk& desk, const PlainFirm&) {
-                   anyOf<Entry>(desk, "number == 1")->setNumber(9);
-                 }},
-        Meddling{"the tag of a row",
-                 [](Desk& desk, const PlainFirm&) {
-                   anyOf<Row>(desk, "tag != nil")->setTag(nullptr);
-                 }},
-        Meddling{"the type of an account",
-                 [](Desk& desk, const PlainFirm& plain) {
-                   desk.get<Account>(plain.roles[kSales])->setType(AccountType::Cost);
-                 }},
-        Meddling{"an opening",
-                 [](Desk& desk, const PlainFirm&) {
-                   anyOf<StartingBalance>(desk, "balance != nil")->setBalance(Decimal(3));
-                 }},
-        Meddling{"what was paid",
-                 [](Desk& desk, const PlainFirm&) {
-                   anyOf<Invoice>(desk, "paidAmount != nil")->setPaidAmount(Decimal(2));
-                 }},
-        Meddling{"an invoice's status",
-                 [](Desk& desk, const PlainFirm&) {
-                   anyOf<Invoice>(desk, "status == 7")->setStatus(InvoiceStatus::Paid);
-                 }},
-        Meddling{"a year more",
-                 [](Desk& desk, const PlainFirm&) { desk.context().insert<FiscalYear>(); }}));
+    testing::Values(Meddling{"an amount",
+                             [](Desk& desk, const PlainFirm&) {
+                               anyOf<Row>(desk, "debit > 0")->setDebit(Decimal(1));
+                             }},
+                    Meddling{"a lost row",
+                             [](Desk& desk, const PlainFirm&) {
+                               desk.context().deleteObject(anyOf<Row>(desk, "debit > 0"));
+                             }},
+                    Meddling{"the date of an entry",
+                             [](Desk& desk, const PlainFirm&) {
+                               auto* entry = anyOf<Entry>(desk, "fiscalYear != nil");
+                               entry->setDate(entry->date()->addingSeconds(1));
+                             }},
+                    Meddling{"a gap in the numbers",
+                             [](Desk& desk, const PlainFirm&) {
+                               anyOf<Entry>(desk, "number == 1")->setNumber(9);
+                             }},
+                    Meddling{"the tag of a row",
+                             [](Desk& desk, const PlainFirm&) {
+                               anyOf<Row>(desk, "tag != nil")->setTag(nullptr);
+                             }},
+                    Meddling{"the type of an account",
+                             [](Desk& desk, const PlainFirm& plain) {
+                               desk.get<Account>(plain.roles[kSales])->setType(AccountType::Cost);
+                             }},
+                    Meddling{
+                        "an opening",
+                        [](Desk& desk, const PlainFirm&) {
+                          anyOf<StartingBalance>(desk, "balance != nil")->setBalance(Decimal(3));
+                        }},
+                    Meddling{"what was paid",
+                             [](Desk& desk, const PlainFirm&) {
+                               anyOf<Invoice>(desk, "paidAmount != nil")->setPaidAmount(Decimal(2));
+                             }},
+                    Meddling{"an invoice's status",
+                             [](Desk& desk, const PlainFirm&) {
+                               anyOf<Invoice>(desk, "status == 7")->setStatus(InvoiceStatus::Paid);
+                             }},
+                    Meddling{"a year more", [](Desk& desk, const PlainFirm&) {
+                               desk.context().insert<FiscalYear>();
+                             }}));
 
 TEST(Simulation, RefusesToPassWhatUndoOrRollbackLost) {
   for (const char* way : {"undo", "rollback", "abandon"}) {

@@ -69,9 +69,8 @@ int runCase(const std::string& path) {
   const Script script = parseScript({std::istreambuf_iterator<char>(file), {}});
   const auto failure = live(script);
   if (!failure) return std::puts("agrees"), 0;
-  const std::string step = failure->step < script.steps.size()
-                               ? textOf(script.steps[failure->step])
-                               : std::string("the final check");
+  const std::string step = failure->step < script.steps.size() ? textOf(script.steps[failure->step])
+                                                               : std::string("the final check");
   std::printf("%s: %s\n", step.c_str(), failure->reason.c_str());
   return 1;
 }

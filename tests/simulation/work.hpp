@@ -14,10 +14,10 @@ namespace bokfolio::simulation {
 using Changing = Outcome(Desk& desk, PlainFirm& plain, const Step& step);
 
 // --- work_ledger.cpp, work_entries.cpp
-Changing addAccount, renumberAccount, retypeAccount, dropAccount, addTag, dropTag, addYear, dropYear,
-    setOpening, carryForward, setBudget, noteAccount;
-Changing compose, addLooseRow, clearRows, copyRows, fileNewEntry, addPending, correctRow, adjustRows,
-    unbalance, moveEntry, tagRow, moveRow, dropPending, saveUnbalanced;
+Changing addAccount, renumberAccount, retypeAccount, dropAccount, addTag, dropTag, addYear,
+    dropYear, setOpening, carryForward, setBudget, noteAccount;
+Changing compose, addLooseRow, clearRows, copyRows, fileNewEntry, book, addPending, correctRow,
+    adjustRows, unbalance, moveEntry, tagRow, moveRow, dropPending, saveUnbalanced;
 // --- work_invoices.cpp, work_billing.cpp
 Changing addArticle, priceArticle, dropArticle, addInvoice, addLine, dropLine, rebateLine,
     rebateInvoice, tagInvoice, duplicateInvoice, dropInvoice, changeSettings;
@@ -39,7 +39,9 @@ Id pick(const Shelf<T>& shelf, unsigned which) {
 }
 
 inline Date date(Instant instant) { return Date::fromMicroseconds(instant); }
-// Noon of a day of one of the years, now and then the first instant of a year, which is in none.
+// Noon of a day of one of the years; someDate is now and then the first instant of a year, which is
+// in none. What waits to be filed and is in no year keeps everything after it from being filed.
+Instant someNoon(const PlainFirm& plain, unsigned number);
 Instant someDate(const PlainFirm& plain, unsigned number);
 // A row of both books; positive amounts are debits.
 Row* addRow(Desk& desk, PlainEntry& entry, Id liveEntry, Id account, Amount amount, Id tag = 0);

@@ -82,9 +82,9 @@ Outcome payInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
   std::optional<PlainEntry> made;
   const int code = plain.pay(id, amount, full, desk.now(), made);
   std::optional<Error> error;
-  const bool done = desk.get<Invoice>(id)->payMeWithFinalAmount(
-      decimal(amount), desk.world.clock->now(), full, desk.get<Account>(plain.roles[kBank]),
-      &error);
+  const bool done =
+      desk.get<Invoice>(id)->payMeWithFinalAmount(decimal(amount), desk.world.clock->now(), full,
+                                                  desk.get<Account>(plain.roles[kBank]), &error);
   return conclude(desk, plain, done, error, code, made);
 }
 
@@ -160,8 +160,8 @@ Outcome bookBill(Desk& desk, PlainFirm& plain, const Step& step) {
 }
 
 Outcome payBill(Desk& desk, PlainFirm& plain, const Step& step) {
-  const Id id = pick(plain.bills, step[0],
-                     [](const PlainBill& bill) { return bill.booked && !bill.paid; });
+  const Id id =
+      pick(plain.bills, step[0], [](const PlainBill& bill) { return bill.booked && !bill.paid; });
   if (id == 0) return Outcome::Nothing;
   PlainBill& bill = plain.bills.edit(id);
   PlainEntry entry{"Bill " + std::to_string(++plain.names), 0, desk.now(), 0, {}, id};

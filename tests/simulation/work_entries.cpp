@@ -23,10 +23,14 @@ Amount someAmount(unsigned number) { return ore(number % 100'000 + 1); }
 
 }  // namespace
 
-Instant someDate(const PlainFirm& plain, unsigned number) {
+Instant someNoon(const PlainFirm& plain, unsigned number) {
   const int year = plain.years.at(pick(plain.years, number)).year;
-  if (number % 23 == 0) return instantOf(year, 0, 0);
   return instantOf(year, static_cast<int>(number / 8 % 365), 12);
+}
+
+Instant someDate(const PlainFirm& plain, unsigned number) {
+  const Instant noon = someNoon(plain, number);
+  return number % 23 == 0 ? plain.years.at(pick(plain.years, number)).start() : noon;
 }
 
 PlainRow plainRow(const Row& row) {
@@ -131,8 +135,13 @@ Outcome fileNewEntry(Desk& desk, PlainFirm& plain, const Step&) {
   return Outcome::Done;
 }
 
+Outcome book(Desk& desk, PlainFirm& plain, const Step& step) {
+  compose(desk, plain, step);
+  return fileNewEntry(desk, plain, step);
+}
+
 Outcome addPending(Desk& desk, PlainFirm& plain, const Step& step) {
-  PlainEntry entry{"Entry " + std::to_string(++plain.names), 0, someDate(plain, step[2]), 0, {}, 0};
+  PlainEntry entry{"Entry " + std::to_string(++plain.names), 0, someNoon(plain, step[2]), 0, {}, 0};
   auto* live = desk.context().insert<Entry>();
   live->setNumber(std::nullopt);
   live->setName(entry.name);
@@ -201,7 +210,7 @@ Outcome unbalance(Desk& desk, PlainFirm& plain, const Step& step) {
 Outcome moveEntry(Desk& desk, PlainFirm& plain, const Step& step) {
   const Id id = pick(plain.entries, step[0]);
   PlainEntry& entry = plain.entries.edit(id);
-  entry.date = someDate(plain, step[1]);
+  entry.date = isPending(entry) ? someNoon(plain, step[1]) : someDate(plain, step[1]);
   const bool allowed = !isFiled(entry) || plain.years.at(entry.year).holds(entry.date);
   expectTrue("an entry stays in its year",
              desk.get<Entry>(id)->setValidated("date", date(entry.date)) == allowed);

@@ -199,8 +199,7 @@ Outcome changeSettings(Desk& desk, PlainFirm& plain, const Step& step) {
   Book* book = desk.get<Book>(plain.book);
   book->setAutoBook(plain.automatic);
   book->setDays(plain.days);
-  expectTrue("the way of booking may change",
-             book->setValidated("bookOnce", plain.once ? 1 : 0));
+  expectTrue("the way of booking may change", book->setValidated("bookOnce", plain.once ? 1 : 0));
   return Outcome::Done;
 }
 

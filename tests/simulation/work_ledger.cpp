@@ -79,7 +79,8 @@ Outcome retypeAccount(Desk& desk, PlainFirm& plain, const Step& step) {
   const Id id = pickFree(plain, step[0]);
   if (id == 0) return Outcome::Nothing;
   constexpr int kBalanceTypes[] = {0, 1, 4};
-  const int type = plain.hasOpenings(id) ? kBalanceTypes[step[1] % 3] : static_cast<int>(step[1] % 5);
+  const int type =
+      plain.hasOpenings(id) ? kBalanceTypes[step[1] % 3] : static_cast<int>(step[1] % 5);
   desk.get<Account>(id)->setType(type);
   plain.accounts.edit(id).type = type;
   return Outcome::Done;
