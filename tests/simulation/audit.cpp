@@ -226,9 +226,4 @@ void auditInverses(Desk& desk) {
   }
 }
 
-void verifyStore(Desk& desk) {
-  const auto faults = desk.context().verify();
-  if (!faults.empty()) throw Disagreement("the store finds: " + faults.front());
-}
-
 }  // namespace bokfolio::simulation

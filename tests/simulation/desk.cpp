@@ -49,8 +49,6 @@ EntityDescription Budget::table() {
 }
 
 Desk::Desk(bool sqlite) : sqlite_(sqlite) {
-  static const std::shared_ptr<const Schema> schema = extendedSchema();
-  schema_ = schema;
   if (sqlite_) folder_ = newFolder();
   reopen();
 }
@@ -70,11 +68,14 @@ std::unique_ptr<Persistence> Desk::engine() const {
   return makeSqlitePersistence(options);
 }
 
-void Desk::reopen() {
+void Desk::reopen(Plugin plugin) {
+  static const std::shared_ptr<const Schema> extended = extendedSchema();
+  static const std::shared_ptr<const Schema> standard = standardModel().freeze();
   context_.reset();
   std::optional<Error> error;
-  context_ = Context::open(schema_, makeFaultInjectingPersistence(engine(), faults),
-                           world.environment, &error);
+  context_ =
+      Context::open(plugin == Plugin::There ? extended : standard,
+                    makeFaultInjectingPersistence(engine(), faults), world.environment, &error);
   if (context_ == nullptr)
     throw Disagreement("the document does not open: " + error->localizedDescription());
 }
@@ -93,6 +94,14 @@ Dump Desk::dump() {
     }
   }
   return all;
+}
+
+void Desk::verify() {
+  const auto found = context_->verify();
+  if (!found.empty()) throw Disagreement("the store finds: " + found.front());
+  std::optional<Error> error;
+  if (!context_->persistence().verify(&error))
+    throw Disagreement("the engine finds: " + error->localizedDescription());
 }
 
 }  // namespace bokfolio::simulation

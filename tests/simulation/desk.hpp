@@ -45,8 +45,9 @@ class Desk {
   Desk(const Desk&) = delete;
   Desk& operator=(const Desk&) = delete;
 
+  enum class Plugin { There, Away };
   // Closes the document and opens it again; what was not saved is lost.
-  void reopen();
+  void reopen(Plugin plugin = Plugin::There);
   Context& context() { return *context_; }
   template <class T>
   T* get(Id id) {
@@ -65,6 +66,8 @@ class Desk {
   // Drops clean records from memory, where the store offers that.
   void release() { releaseUnused(*context_); }
   Dump dump();
+  // Throws when the store or its engine finds itself inconsistent.
+  void verify();
 
   test::TestWorld world;
   std::shared_ptr<PersistenceFaults> faults = std::make_shared<PersistenceFaults>();
@@ -78,7 +81,6 @@ class Desk {
 
   bool sqlite_;
   std::filesystem::path folder_;
-  std::shared_ptr<const Schema> schema_;
   std::shared_ptr<MemoryDocument> memory_ = std::make_shared<MemoryDocument>();
   std::unique_ptr<Context> context_;
 };

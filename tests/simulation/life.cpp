@@ -185,6 +185,15 @@ void Life::abandon() {
   compareState();
 }
 
+void Life::changeWithoutPlugin(const Work& work) {
+  save(false);
+  desk_.reopen(Desk::Plugin::Away);
+  change(work);
+  save(false);
+  desk_.reopen();
+  compareState();
+}
+
 void Life::compareDump() {
   Dump seen = desk_.dump();
   if (now_.dump->empty()) {
@@ -215,7 +224,7 @@ void Life::finish() {
     auditLedger(desk_, now_);
     auditInvoicing(desk_, now_);
     auditInverses(desk_);
-    verifyStore(desk_);
+    desk_.verify();
     compareDump();
     if (!reopened) save(true);
   }

@@ -45,6 +45,8 @@ class Life {
   void failToSave();
   // Closes without saving.
   void abandon();
+  // The document is opened and changed without the plug-in, whose records wait meanwhile.
+  void changeWithoutPlugin(const Work& work);
   // The next change stays in one group of undo with the one after it.
   void join() { joining_ = true; }
   // The next change is made with undo switched off, as importers do.
@@ -95,11 +97,12 @@ inline void expectTrue(const char* what, bool holds) {
   if (!holds) throw Disagreement(std::string("it does not hold that ") + what);
 }
 
-// What the plain book foresees of one balance, and of everything.
+// What the plain book foresees of one balance, of one of many small questions, of everything.
 void askBalance(Desk& desk, const PlainFirm& plain, const Step& step);
+void askQuestion(Desk& desk, const PlainFirm& plain, const Step& step);
+void askWhileUnreadable(Desk& desk, const PlainFirm& plain, const Step& step);
 void auditLedger(Desk& desk, const PlainFirm& plain);
 void auditInvoicing(Desk& desk, const PlainFirm& plain);
 void auditInverses(Desk& desk);
-void verifyStore(Desk& desk);
 
 }  // namespace bokfolio::simulation

@@ -33,8 +33,16 @@ void audit(Life& life, const Step& step) {
   if (step[0] != 1) auditLedger(life.desk(), life.plain());
   if (step[0] != 0) auditInvoicing(life.desk(), life.plain());
 }
+void question(Life& life, const Step& step) { askQuestion(life.desk(), life.plain(), step); }
+void unreadable(Life& life, const Step& step) {
+  askWhileUnreadable(life.desk(), life.plain(), step);
+}
+void away(Life& life, const Step& step) {
+  life.changeWithoutPlugin(
+      [&](Desk& desk, PlainFirm& plain) { return addPending(desk, plain, step); });
+}
 void inverses(Life& life, const Step&) { auditInverses(life.desk()); }
-void verify(Life& life, const Step&) { verifyStore(life.desk()); }
+void verify(Life& life, const Step&) { life.desk().verify(); }
 
 std::vector<Operation> makeOperations() {
   return {
@@ -103,8 +111,8 @@ std::vector<Operation> makeOperations() {
       {"return", 15, {{"invoice", kAny}, {"bank", 4}}, changing<returnInvoice>},
       {"lose", 12, {{"invoice", kAny}}, changing<loseInvoice>},
       {"bill", 30, {{"lines", kAny}, {"amount", kAmount}, {"tag", kAny}}, changing<addBill>},
-      {"bookbill", 20, {{"bill", kAny}}, changing<bookBill>},
-      {"paybill", 15, {{"bill", kAny}}, changing<payBill>},
+      {"bookbill", 40, {{"bill", kAny}}, changing<bookBill>},
+      {"paybill", 30, {{"bill", kAny}}, changing<payBill>},
       {"dropbill", 4, {{"bill", kAny}}, changing<dropBill>},
 
       {"undo", 40, {}, plainly<&Life::undo>},
@@ -118,7 +126,10 @@ std::vector<Operation> makeOperations() {
       {"release", 10, {}, release},
       {"pass", 25, {{"days", 40}}, pass},
       {"ask", 200, {{"account", kAny}, {"year", kAny}, {"day", kDay}, {"tag", kAny}}, ask},
-      {"audit", 15, {{"part", 3}}, audit},
+      {"question", 200, {{"kind", 15}, {"which", kAny}}, question},
+      {"failread", 10, {{"kind", 15}, {"which", kAny}, {"records", 9}}, unreadable},
+      {"away", 2, {{"account", kAny}, {"amount", kAmount}, {"day", kDay}}, away},
+      {"audit", 12, {{"part", 3}}, audit},
       {"inverses", 3, {}, inverses},
       {"verify", 4, {}, verify},
       {"dump", 15, {}, plainly<&Life::compareDump>},
