@@ -35,6 +35,14 @@ bool canBePaid(const PlainInvoice& invoice) {
          invoice.remaining() > 0;
 }
 
+// One that may be returned or lost, now and then any.
+Id pickEnding(const PlainFirm& plain, const Step& step) {
+  const bool any = step[1] == 7;
+  return pick(plain.invoices, step[0], [any](const PlainInvoice& invoice) {
+    return any || (invoice.isSent() && invoice.status != 6 && invoice.status != 8);
+  });
+}
+
 }  // namespace
 
 Outcome sendInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
@@ -89,7 +97,7 @@ Outcome payInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
 }
 
 Outcome returnInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
-  const Id id = pick(plain.invoices, step[0]);
+  const Id id = pickEnding(plain, step);
   if (id == 0) return Outcome::Nothing;
   const bool toBank = step[1] % 4 != 0;
   std::optional<PlainEntry> made;
@@ -101,7 +109,7 @@ Outcome returnInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
 }
 
 Outcome loseInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
-  const Id id = pick(plain.invoices, step[0]);
+  const Id id = pickEnding(plain, step);
   if (id == 0) return Outcome::Nothing;
   std::optional<PlainEntry> made;
   const int code = plain.writeOff(id, desk.now(), made);
