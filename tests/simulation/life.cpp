@@ -1,8 +1,8 @@
 #include "tests/simulation/life.hpp"
 
-#include "bokfolio/model/invoicing/company.hpp"
+#include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/ledger/book.hpp"
-#include "bokfolio/model/ledger/entry.hpp"
+#include "tests/simulation/work.hpp"
 
 namespace bokfolio::simulation {
 
@@ -157,7 +157,7 @@ void Life::save(bool reopened) {
   open_ = false;
   forgetSteps();
   expectTrue("a save leaves no changes", !desk_.context().hasChanges());
-  if (reopened) desk_.reopen();
+  if (reopened) reopen();
   compareState();
 }
 
@@ -178,7 +178,7 @@ void Life::failToSave() {
 }
 
 void Life::abandon() {
-  desk_.reopen();
+  reopen();
   now_ = saved_;
   open_ = false;
   forgetSteps();
@@ -187,11 +187,31 @@ void Life::abandon() {
 
 void Life::changeWithoutPlugin(const Work& work) {
   save(false);
-  desk_.reopen(Desk::Plugin::Away);
+  reopen(Desk::Plugin::Away);
   change(work);
-  save(false);
-  desk_.reopen();
-  compareState();
+  save(true);
+}
+
+void Life::reopen(Desk::Plugin plugin) {
+  watched_.clear();
+  desk_.reopen(plugin);
+}
+
+void Life::observe(unsigned kind, unsigned which) {
+  constexpr std::size_t kAtMost = 6;
+  const auto watch = [this](Record* record, const char* key) {
+    watched_.push_back(desk_.context().observe(*record, key, [record, key](const Change& change) {
+      if (change.phase == Change::Phase::Did && !record->isGone() && !record->isDeleted())
+        record->valueForKey(key);
+    }));
+  };
+  if (watched_.size() == kAtMost) watched_.erase(watched_.begin());
+  const Id account = pick(now_.accounts, which);
+  const Id entry = pick(now_.entries, which);
+  const Id invoice = pick(now_.invoices, which);
+  if (kind % 3 == 0) watch(desk_.get<Account>(account), "balance");
+  if (kind % 3 == 1) watch(desk_.get<Entry>(entry), "rows");
+  if (kind % 3 == 2 && invoice != 0) watch(desk_.get<Invoice>(invoice), "totalAmount");
 }
 
 void Life::compareDump() {

@@ -52,6 +52,8 @@ class Life {
   // The next change is made with undo switched off, as importers do.
   void changeUnrecorded() { unrecorded_ = true; }
   void compareDump();
+  // Keeps an eye on a record until the document is closed, and reads it whenever it changes.
+  void observe(unsigned kind, unsigned which);
 
   Desk& desk() { return desk_; }
   const PlainFirm& plain() const { return now_; }
@@ -63,8 +65,10 @@ class Life {
   void takeBack(bool wasOpen, bool unrecorded);
   void forgetSteps();
   void compareState();
+  void reopen(Desk::Plugin plugin = Desk::Plugin::There);
 
   Desk desk_;
+  std::vector<ObservationToken> watched_;
   PlainFirm now_;
   PlainFirm saved_;
   std::vector<PlainFirm> undo_;

@@ -37,6 +37,7 @@ void question(Life& life, const Step& step) { askQuestion(life.desk(), life.plai
 void unreadable(Life& life, const Step& step) {
   askWhileUnreadable(life.desk(), life.plain(), step);
 }
+void observe(Life& life, const Step& step) { life.observe(step[0], step[1]); }
 void away(Life& life, const Step& step) {
   life.changeWithoutPlugin(
       [&](Desk& desk, PlainFirm& plain) { return addPending(desk, plain, step); });
@@ -123,11 +124,12 @@ std::vector<Operation> makeOperations() {
       {"abandon", 2, {}, plainly<&Life::abandon>},
       {"join", 20, {}, plainly<&Life::join>},
       {"unrecorded", 3, {}, plainly<&Life::changeUnrecorded>},
-      {"release", 10, {}, release},
+      {"release", 20, {}, release},
       {"pass", 25, {{"days", 40}}, pass},
       {"ask", 200, {{"account", kAny}, {"year", kAny}, {"day", kDay}, {"tag", kAny}}, ask},
       {"question", 200, {{"kind", 15}, {"which", kAny}}, question},
       {"failread", 10, {{"kind", 15}, {"which", kAny}, {"records", 9}}, unreadable},
+      {"observe", 8, {{"kind", 3}, {"which", kAny}}, observe},
       {"away", 2, {{"account", kAny}, {"amount", kAmount}, {"day", kDay}}, away},
       {"audit", 12, {{"part", 3}}, audit},
       {"inverses", 3, {}, inverses},

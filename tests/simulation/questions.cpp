@@ -201,7 +201,6 @@ void askQuestion(Desk& desk, const PlainFirm& plain, const Step& step) {
 // While the engine cannot be read a question may have any answer; afterwards the right one.
 void askWhileUnreadable(Desk& desk, const PlainFirm& plain, const Step& step) {
   PersistenceFault fault;
-  fault.operation = PersistenceOperation::Load;
   fault.call = 1 + step[2] % 3;
   fault.afterRecords = step[2];
   desk.faults->add(fault);

@@ -1,6 +1,10 @@
 #include "tests/simulation/replay.hpp"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdlib>
 
 #include "tests/simulation/life.hpp"
 
@@ -77,6 +81,32 @@ std::optional<Failure> live(const Script& script) {
   return std::nullopt;
 }
 
+std::optional<Failure> liveApart(const Script& script) {
+  int ends[2];
+  if (pipe(ends) != 0) return live(script);
+  const pid_t child = fork();
+  if (child == 0) {
+    const auto failure = live(script);
+    const std::string text =
+        failure ? std::to_string(failure->step) + ' ' + failure->reason : std::string();
+    const bool written = write(ends[1], text.data(), text.size()) >= 0;
+    std::_Exit(written ? 0 : 1);
+  }
+  close(ends[1]);
+  std::string text;
+  char piece[1024];
+  for (ssize_t length; (length = read(ends[0], piece, sizeof piece)) > 0;)
+    text.append(piece, static_cast<std::size_t>(length));
+  close(ends[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WIFSIGNALED(status))
+    return Failure{script.steps.size(), "died of signal " + std::to_string(WTERMSIG(status))};
+  if (text.empty()) return std::nullopt;
+  const std::size_t blank = text.find(' ');
+  return Failure{std::stoul(text.substr(0, blank)), text.substr(blank + 1)};
+}
+
 Script shrink(Script script, const std::function<bool(const Script&)>& fails,
               std::size_t attempts) {
   return Shrinker(std::move(script), fails, attempts).run();
@@ -86,8 +116,8 @@ std::string report(std::uint64_t seed, const Script& script, const Failure& fail
   Script failing = script;
   failing.steps.resize(std::min(failing.steps.size(), failure.step + 1));
   const Script shortest =
-      shrink(failing, [](const Script& candidate) { return live(candidate).has_value(); });
-  const auto shortestFailure = live(shortest);
+      shrink(failing, [](const Script& candidate) { return liveApart(candidate).has_value(); });
+  const auto shortestFailure = liveApart(shortest);
   return "seed " + std::to_string(seed) + ", step " + std::to_string(failure.step) + " of " +
          std::to_string(script.steps.size()) + ": " + failure.reason +
          "\n---- a case for tests/simulation/cases ----\n# " +

@@ -17,6 +17,8 @@ struct Failure {
 
 // Runs the script from a new document. nullopt when all agrees to the end.
 std::optional<Failure> live(const Script& script);
+// The same in a process of its own, so that one that dies is a failure like any other.
+std::optional<Failure> liveApart(const Script& script);
 
 // The shortest script that still fails: steps are left out, many at a time and then one by one, and
 // numbers made small, at most so many attempts.

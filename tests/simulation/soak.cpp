@@ -2,7 +2,6 @@
 // stops it. Each firm lives with a seed of its own; the first one that does not agree with the
 // plain book ends the run with the shortest list of steps that shows it.
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -29,16 +28,6 @@ constexpr const char* kUsage =
     "  --seed   of the first firm; the next one has the next seed\n"
     "  --life   steps of one firm (600)\n"
     "  --case   lives the steps of a file instead\n";
-
-// For the last words of a process that dies in the library.
-volatile std::sig_atomic_t currentSeed = 0;
-volatile std::sig_atomic_t currentLife = 0;
-
-void tellSeed(int signal) {
-  std::fprintf(stderr, "soak: died of signal %d in --seed %ld --life %ld\n", signal,
-               static_cast<long>(currentSeed), static_cast<long>(currentLife));
-  std::_Exit(3);
-}
 
 bool readOptions(int count, char** words, Options& options) {
   for (int i = 1; i < count; i += 2) {
@@ -67,7 +56,7 @@ int runCase(const std::string& path) {
     return 2;
   }
   const Script script = parseScript({std::istreambuf_iterator<char>(file), {}});
-  const auto failure = live(script);
+  const auto failure = liveApart(script);
   if (!failure) return std::puts("agrees"), 0;
   const std::string step = failure->step < script.steps.size() ? textOf(script.steps[failure->step])
                                                                : std::string("the final check");
@@ -81,10 +70,8 @@ int run(const Options& options) {
   std::uint64_t done = 0;
   std::uint64_t told = 0;
   for (std::uint64_t seed = options.seed; options.steps == 0 || done < options.steps; ++seed) {
-    currentSeed = static_cast<std::sig_atomic_t>(seed);
-    currentLife = static_cast<std::sig_atomic_t>(options.life);
     const Script script = generate(seed, options.life);
-    if (const auto failure = live(script)) {
+    if (const auto failure = liveApart(script)) {
       std::printf("%s\n", report(seed, script, *failure).c_str());
       return 1;
     }
@@ -108,7 +95,6 @@ int main(int count, char** words) {
     std::fputs(kUsage, stderr);
     return 2;
   }
-  for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE}) std::signal(signal, tellSeed);
   try {
     return options.script.empty() ? run(options) : runCase(options.script);
   } catch (const std::exception& failed) {
