@@ -18,12 +18,12 @@ namespace {
 class SimulatedFirm : public testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(SimulatedFirm, AgreesWithThePlainBook) {
-  const Script script = generate(GetParam(), 400);
+  const Script script = generate(GetParam(), 500);
   const auto failure = live(script);
   if (failure) ADD_FAILURE() << report(GetParam(), script, *failure);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, SimulatedFirm, testing::Range<std::uint64_t>(1, 13));
+INSTANTIATE_TEST_SUITE_P(Seeds, SimulatedFirm, testing::Range<std::uint64_t>(1, 21));
 
 TEST(SimulationCases, Agree) {
   std::size_t cases = 0;

@@ -110,7 +110,7 @@ Outcome addInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
   auto* live = desk.context().insert<Invoice>();
   live->setCompany("Customer " + std::to_string(step[0]));
   live->setLanguage("en");
-  live->setCurrency(invoice.foreign ? "EUR" : "SEK");
+  live->setCurrency(!invoice.foreign ? "SEK" : step[2] % 8 == 5 ? "USD" : "EUR");
   live->setVatfree(invoice.vatfree);
   live->setRounding(invoice.rounding);
   live->setTag(desk.getOrNull<Tag>(invoice.tag));
