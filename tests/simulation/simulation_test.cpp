@@ -19,7 +19,7 @@ class SimulatedFirm : public testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(SimulatedFirm, AgreesWithThePlainBook) {
   const Script script = generate(GetParam(), 500);
-  const auto failure = live(script);
+  const auto failure = liveApart(script);
   if (failure) ADD_FAILURE() << report(GetParam(), script, *failure);
 }
 
@@ -31,7 +31,7 @@ TEST(SimulationCases, Agree) {
   for (const auto& file : std::filesystem::directory_iterator(folder)) {
     SCOPED_TRACE(file.path().filename().string());
     std::ifstream text(file.path());
-    const auto failure = live(parseScript({std::istreambuf_iterator<char>(text), {}}));
+    const auto failure = liveApart(parseScript({std::istreambuf_iterator<char>(text), {}}));
     EXPECT_FALSE(failure) << failure->reason;
     ++cases;
   }
