@@ -53,6 +53,50 @@ TEST_F(Faults, ThatLastEndWhenTheyAreCleared) {
   EXPECT_NE(document->backup("copy"), nullptr);
 }
 
+TEST_F(Faults, QuestionsFailBeforeOrInTheMiddleOfTheirAnswer) {
+  const auto lines = sumSchema(Keeping::Sums);
+  const Entity& line = lines->entity("Line");
+  ASSERT_TRUE(engine->open(*lines, nullptr));
+  ASSERT_EQ(commit(*engine, Draft(lines)
+                                .insert("Line", 1, {})
+                                .insert("Line", 2, {})
+                                .insert("Line", 3, {})
+                                .sums("Line", {{1, 1, 0, {}, "1"}, {1, 2, 0, {}, "2"}})),
+            std::nullopt);
+  const SumLineQuestion totals{SumLineQuestion::Kind::TotalsOfPeriod, 1, 0, 0, {}};
+  struct Counting final : SumLineSink {
+    void line(const SumLine& /*line*/) override { ++count; }
+    std::size_t count = 0;
+  };
+  const auto failing = [&](Operation operation, std::uint64_t delivered) {
+    faults->add({2, operation, PersistenceError::Damaged, "A page is lost.", delivered});
+  };
+  for (std::uint64_t delivered = 0; delivered < 2; ++delivered) {
+    failing(Operation::Find, delivered);
+    failing(Operation::Count, 0);
+    failing(Operation::KeepsSums, 0);
+    failing(Operation::Sums, delivered);
+    for (const bool fails : {false, true, false}) {
+      SCOPED_TRACE(fails);
+      const auto expected = fails ? std::optional(PersistenceError::Damaged) : std::nullopt;
+      Answer answer;
+      EXPECT_EQ(finding(*engine, Question(line).inRange("id", 2, 3), answer), expected);
+      EXPECT_EQ(answer.size(), fails ? delivered : 2U);
+      std::size_t count = 0;
+      EXPECT_EQ(engine->count(Question(line), count, nullptr), !fails);
+      EXPECT_EQ(count, fails ? 0U : 3U);
+      bool kept = false;
+      EXPECT_EQ(engine->keepsSums(line, kept, nullptr), !fails);
+      EXPECT_EQ(kept, !fails);
+      Counting sink;
+      EXPECT_EQ(engine->sums(line, totals, sink, nullptr), !fails);
+      EXPECT_EQ(sink.count, fails ? delivered : 2U);
+    }
+  }
+  EXPECT_EQ(faults->calls(Operation::Find), 6U);
+  EXPECT_EQ(faults->fired(), 8U);
+}
+
 // Fails each call of a scenario in turn until it passes untouched: nothing is ever half done.
 TEST_F(Faults, AContextOutlivesAFailureAtAnyCall) {
   bool untouched = false;

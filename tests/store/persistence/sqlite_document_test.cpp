@@ -211,6 +211,13 @@ TEST_F(SqliteDocument, ValuesThatNoSaveWroteAreFound) {
     EXPECT_EQ(codeOf(error), Damaged);
     EXPECT_EQ(loading(*document, schema->entity("Paper")),
               tampering.loads ? std::nullopt : std::optional(Damaged));
+    // A question meets what is damaged in its answer, and nothing else.
+    const Entity& paper = schema->entity("Paper");
+    Answer answer;
+    EXPECT_EQ(finding(*document, Question(paper).isNil("weight").by("id", false), answer),
+              tampering.loads ? std::nullopt : std::optional(Damaged));
+    EXPECT_EQ(finding(*document, Question(paper).inRange("id", 8, 300), answer), std::nullopt);
+    EXPECT_EQ(answer.size(), 293U);
     // An id in use is never given again, whatever the counter says.
     RecordId next = 0;
     EXPECT_TRUE(!document->nextId(schema->entity("Paper"), next, nullptr) || next >= 301U);
@@ -218,6 +225,42 @@ TEST_F(SqliteDocument, ValuesThatNoSaveWroteAreFound) {
   write(path, good);
   raw("ALTER TABLE Paper RENAME COLUMN version TO edition");
   EXPECT_EQ(opening(OpenMode::ReadWrite), Damaged);
+}
+
+TEST_F(SqliteDocument, LinesThatNoSumsCanHaveAreFound) {
+  schema = sumSchema(Keeping::Sums);
+  const Entity& line = schema->entity("Line");
+  Draft sample(schema);
+  for (RecordId id = 1; id <= 2; ++id) sample.insert("Period", id, {}).insert("Holder", id, {});
+  sample.sums("Line", {{1, 1, 0, {}, "1"}, {1, 1, 0, 5, "1"}, {2, 2, 0, {}, "2"}});
+  ASSERT_EQ(commit(*opened(OpenMode::Create), sample), std::nullopt);
+  const std::string good = bytesOf(path);
+  const SumLineQuestion first{SumLineQuestion::Kind::TotalsOfPeriod, 1, 0, 0, {}};
+  const SumLineQuestion second{SumLineQuestion::Kind::TotalsOfPeriod, 2, 0, 0, {}};
+  struct Case {
+    const char* change;
+    bool reads;  // found by verify only
+  };
+  for (const Case& tampering :
+       {Case{"owner=-1 WHERE period=1 AND dated=0", false},
+        Case{"mark=4294967296 WHERE period=1 AND dated=0", false},
+        Case{"owner=7 WHERE period=1", true}, Case{"period=3 WHERE dated=1", true},
+        Case{"dated=2 WHERE dated=1", true}, Case{"amount='' WHERE dated=1", true},
+        Case{"instant=3 WHERE period=1 AND dated=0", true}}) {
+    SCOPED_TRACE(tampering.change);
+    write(path, good);
+    raw(std::string("UPDATE bokfolio_sum_Line SET ") + tampering.change);
+    const auto document = opened(OpenMode::ReadOnly);
+    std::optional<Error> error;
+    EXPECT_FALSE(document->verify(&error));
+    EXPECT_EQ(codeOf(error), Damaged);
+    struct : SumLineSink {
+      void line(const SumLine& /*line*/) override {}
+    } sink;
+    EXPECT_EQ(document->sums(line, first, sink, &error), tampering.reads);
+    EXPECT_EQ(codeOf(error), Damaged);
+    EXPECT_EQ(linesOf(*document, line, second).value_or(Lines()).size(), 1U);
+  }
 }
 
 TEST_F(SqliteDocument, FlippedBytesNeverCrash) {

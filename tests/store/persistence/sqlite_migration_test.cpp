@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "bokfolio/store/persistence/sqlite/internal/sqlite_engine.hpp"
 #include "tests/store/persistence/sqlite_fixture.hpp"
 
@@ -68,6 +70,47 @@ TEST_F(SqliteMigration, ConvertsAfterACopyWasMade) {
   ASSERT_TRUE(old->open(*schema, nullptr));
   EXPECT_EQ(contentOf(*old, *schema), before);
   EXPECT_EQ(opening(OpenMode::ReadWrite), NewerFormat);
+}
+
+// A document from before sums were kept, with records and without most indexes.
+TEST_F(SqliteMigration, FromFormat1KeepsSumsOnceTheyWereBrought) {
+  std::filesystem::remove(path);
+  schema = sumSchema(Keeping::Sums);
+  raw(R"(PRAGMA application_id=1112229455; PRAGMA user_version=1;
+    CREATE TABLE bokfolio_document(name TEXT PRIMARY KEY NOT NULL, value TEXT NOT NULL) STRICT;
+    CREATE TABLE bokfolio_entity(name TEXT PRIMARY KEY NOT NULL, next_id INTEGER NOT NULL) STRICT;
+    INSERT INTO bokfolio_entity VALUES('Period', 3), ('Holder', 2), ('Line', 5);
+    CREATE TABLE Period(id INTEGER PRIMARY KEY, version INTEGER NOT NULL) STRICT;
+    INSERT INTO Period VALUES(2, 1);
+    CREATE TABLE Holder(id INTEGER PRIMARY KEY, version INTEGER NOT NULL) STRICT;
+    INSERT INTO Holder VALUES(1, 1);
+    CREATE TABLE Line(id INTEGER PRIMARY KEY, version INTEGER NOT NULL, "in" TEXT, state INTEGER,
+      holder INTEGER REFERENCES Holder(id) DEFERRABLE INITIALLY DEFERRED) STRICT;
+    CREATE INDEX "Line.holder" ON Line(holder);
+    INSERT INTO Line VALUES(4, 1, '12.5', 0, 1);)");
+  const Entity& line = schema->entity("Line");
+  const SumLine sum{2, 1, 0, {}, "12.5"};
+  const auto reader = opened(OpenMode::ReadOnly);
+  EXPECT_FALSE(keepsSums(*reader, line));
+  EXPECT_EQ(idsOf(*reader, Question(line).is("holder", 1).isNil("sheet")),
+            std::vector<RecordId>{4});
+  EXPECT_EQ(raw("PRAGMA user_version"), "1");
+
+  auto document = later(OpenMode::ReadWrite, DocumentFormat::current());
+  ASSERT_TRUE(document->open(*schema, nullptr));
+  EXPECT_EQ(raw("PRAGMA user_version"), "2");
+  EXPECT_EQ(raw("SELECT name FROM sqlite_schema WHERE tbl_name='Line' AND type='index' ORDER BY 1"),
+            "Line.holder|Line.mark|Line.sheet");
+  EXPECT_FALSE(keepsSums(*document, line));
+  EXPECT_EQ(commit(*document, Draft(schema).sums("Line", {sum})), Refused);
+  ASSERT_EQ(commit(*document, Draft(schema).insert("Sheet", 1, {})), std::nullopt);
+  EXPECT_FALSE(keepsSums(*document, line));
+  ASSERT_EQ(commit(*document, Draft(schema).sums("Line", {sum}, true)), std::nullopt);
+  EXPECT_TRUE(keepsSums(*document, line));
+  document.reset();
+  EXPECT_TRUE(keepsSums(*opened(OpenMode::ReadOnly), line));
+  EXPECT_TRUE(opened(OpenMode::ReadWrite)->verify(nullptr));
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", "document.v1-2026-11-21.bak"}));
 }
 
 TEST_F(SqliteMigration, ThatFailsChangesNothing) {

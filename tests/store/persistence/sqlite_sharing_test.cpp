@@ -29,6 +29,17 @@ class SqliteSharing : public SqliteFile {
  protected:
   SqliteSharing() { opened(OpenMode::Create); }
 
+  // Another program adds a paper; false when it is kept out.
+  bool foreignSave() const {
+    sqlite3* program = nullptr;
+    EXPECT_EQ(sqlite3_open(path.c_str(), &program), SQLITE_OK);
+    const int code =
+        sqlite3_exec(program, "INSERT INTO Paper(version) VALUES(1)", nullptr, nullptr, nullptr);
+    EXPECT_TRUE(code == SQLITE_OK || code == SQLITE_BUSY);
+    sqlite3_close(program);
+    return code == SQLITE_OK;
+  }
+
   int openingElsewhere(OpenMode mode) const {
     return elsewhere([&] { return static_cast<int>(opening(mode)); });
   }
@@ -83,6 +94,58 @@ TEST_F(SqliteSharing, ASaveGivesUpWhileSomebodyReads) {
   EXPECT_EQ(commit(*writer, Draft(schema).insert("Paper", 1, {})), InUse);
   sqlite3_close(reader);
   EXPECT_EQ(commit(*writer, Draft(schema).insert("Paper", 1, {})), std::nullopt);
+}
+
+// Reading bit by bit, a writer keeps other programs from saving in between; not longer.
+TEST_F(SqliteSharing, AWriterThatReadKeepsTheFileAsItIsUntilItSaves) {
+  const auto writer = opened(OpenMode::ReadWrite);
+  const auto reader = opened(OpenMode::ReadOnly);
+  const Entity& paper = schema->entity("Paper");
+  EXPECT_TRUE(foreignSave());  // it has not read yet
+  EXPECT_EQ(loading(*writer, paper), Stale);
+  auto again = opened(OpenMode::ReadOnly);
+  EXPECT_EQ(idsOf(*again, Question(paper)), std::vector<RecordId>{1});
+  EXPECT_TRUE(foreignSave());  // a reader keeps nobody out
+}
+
+TEST_F(SqliteSharing, AWritersReadingEndsWithItsSaveOrCopy) {
+  const Entity& paper = schema->entity("Paper");
+  const auto writer = opened(OpenMode::ReadWrite);
+  const std::vector<std::function<void()>> looks = {
+      [&] { EXPECT_TRUE(idsOf(*writer, Question(paper)).empty()); },
+      [&] { EXPECT_EQ(countOf(*writer, Question(paper)), 0U); },
+      [&] { EXPECT_EQ(loading(*writer, paper), std::nullopt); },
+  };
+  for (const auto& look : looks) {
+    look();
+    EXPECT_FALSE(foreignSave());
+    const auto reader = opened(OpenMode::ReadOnly);
+    EXPECT_TRUE(idsOf(*reader, Question(paper)).empty());
+    EXPECT_EQ(commit(*writer, Draft(schema).insert("Paper", 1, {}).remove("Paper", 1, 1)),
+              std::nullopt);
+  }
+  looks.front()();
+  EXPECT_FALSE(foreignSave());
+  EXPECT_TRUE(writer->backup(folder / "copy", nullptr));
+  EXPECT_TRUE(foreignSave());
+}
+
+TEST_F(SqliteSharing, AWriterDoesNotSaveOverWhatItHasNotSeen) {
+  const Entity& paper = schema->entity("Paper");
+  const auto writer = opened(OpenMode::ReadWrite);
+  ASSERT_EQ(commit(*writer, Draft(schema).insert("Folder", 1, {})), std::nullopt);
+  EXPECT_TRUE(foreignSave());
+  Answer answer;
+  std::size_t count = 0;
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(commit(*writer, Draft(schema).insert("Paper", 9, {})), Stale);
+    EXPECT_EQ(finding(*writer, Question(paper), answer), Stale);
+    EXPECT_TRUE(answer.empty());
+    std::optional<Error> error;
+    EXPECT_FALSE(writer->count(Question(paper), count, &error));
+    EXPECT_EQ(codeOf(error), Stale);
+  }
+  EXPECT_EQ(raw("SELECT id FROM Paper"), "1");
 }
 
 TEST_F(SqliteSharing, NothingIsWrittenToAFileThatWasMovedAway) {

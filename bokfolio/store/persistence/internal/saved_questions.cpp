@@ -35,6 +35,15 @@ void checkCondition(const Entity& entity, const SavedCondition& condition) {
     fail(entity, "a text in " + property.name());
 }
 
+bool asksForValue(const SavedCondition& condition) {
+  return condition.kind == SavedCondition::Kind::InRange ||
+         condition.kind == SavedCondition::Kind::IsNotNil;
+}
+
+bool areJoined(const SavedCondition& a, const SavedCondition& b) {
+  return a.ordinal == b.ordinal && asksForValue(a) && asksForValue(b);
+}
+
 // A name may hold any character but a zero byte.
 void append(std::string& text, const Property& property) {
   text += property.name();
@@ -56,6 +65,33 @@ bool isImpossible(const SavedQuestion& question) {
       question.conditions.begin(), question.conditions.end(), [](const SavedCondition& condition) {
         return condition.kind == SavedCondition::Kind::InRange && condition.low > condition.high;
       });
+}
+
+bool hasStretchesToJoin(const SavedQuestion& question) {
+  const auto& conditions = question.conditions;
+  for (auto each = conditions.begin(); each != conditions.end(); ++each)
+    if (std::any_of(each + 1, conditions.end(),
+                    [&](const SavedCondition& other) { return areJoined(*each, other); }))
+      return true;
+  return false;
+}
+
+void joinStretches(SavedQuestion& question) {
+  std::vector<SavedCondition> joined;
+  for (SavedCondition& condition : question.conditions) {
+    const auto known = std::find_if(joined.begin(), joined.end(), [&](const SavedCondition& each) {
+      return areJoined(each, condition);
+    });
+    if (known == joined.end()) {
+      joined.push_back(std::move(condition));
+    } else if (known->kind == SavedCondition::Kind::IsNotNil) {
+      *known = std::move(condition);
+    } else if (condition.kind == SavedCondition::Kind::InRange) {
+      known->low = std::max(known->low, condition.low);
+      known->high = std::min(known->high, condition.high);
+    }
+  }
+  question.conditions = std::move(joined);
 }
 
 std::string keptSumText(const KeptSumLayout& layout) {

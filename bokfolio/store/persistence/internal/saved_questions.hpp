@@ -14,6 +14,10 @@ namespace bokfolio::internal {
 void checkQuestion(const SavedQuestion& question);
 // Whether a stretch of the question ends before it begins.
 bool isImpossible(const SavedQuestion& question);
+// Whether several conditions ask for a value of one property. An index follows only one of them;
+// joined, they are one.
+bool hasStretchesToJoin(const SavedQuestion& question);
+void joinStretches(SavedQuestion& question);
 
 // Names all that the sums depend on: sums that were kept under another text are not these. Never
 // empty.

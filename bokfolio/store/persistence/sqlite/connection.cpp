@@ -166,6 +166,7 @@ void Connection::harden() {
     if (set != value) throw Failure{PersistenceError::Failed, "SQLite cannot be made safe here."};
   }
   execute("PRAGMA cell_size_check=ON");
+  setCache(kCache);
   execute("PRAGMA temp_store=MEMORY");
   // Also syncs the folder after a save: without it, a power cut may bring the last save's journal
   // back and with it the state before.
@@ -175,6 +176,21 @@ void Connection::harden() {
 std::int64_t Connection::integer(std::string_view sql) {
   Statement statement = prepare(sql);
   return statement.step() ? statement.integer(0) : 0;
+}
+
+bool Connection::hasTable(const std::string& name) const {
+  return sqlite3_table_column_metadata(handle_.get(), "main", name.c_str(), nullptr, nullptr,
+                                       nullptr, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+std::optional<std::string_view> Connection::columnType(const std::string& table,
+                                                       const std::string& column) const {
+  const char* type = nullptr;
+  const int code =
+      sqlite3_table_column_metadata(handle_.get(), "main", table.c_str(), column.c_str(), &type,
+                                    nullptr, nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK) return std::nullopt;
+  return type == nullptr ? "" : type;
 }
 
 std::uint32_t Connection::stateSeen() const {

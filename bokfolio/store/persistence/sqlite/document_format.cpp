@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <optional>
+#include <functional>
+#include <set>
+#include <string_view>
 
 #include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/sum_lines.hpp"
@@ -12,63 +14,49 @@ namespace bokfolio::internal {
 
 namespace {
 
-struct PresentColumn {
-  std::string name;
-  std::string type;
-};
-
 // As SQLite compares names.
-bool sameName(const std::string& a, const std::string& b) {
-  return sqlite3_stricmp(a.c_str(), b.c_str()) == 0;
-}
-
-std::vector<PresentColumn> columnsOf(Connection& connection, const std::string& table) {
-  Statement statement = connection.prepare("SELECT name, type FROM pragma_table_info(?1)");
-  statement.bindText(1, table);
-  std::vector<PresentColumn> columns;
-  while (statement.step()) {
-    columns.push_back({std::string(statement.text(0)), std::string(statement.text(1))});
-  }
-  return columns;
-}
-
-const PresentColumn* findColumn(const std::vector<PresentColumn>& columns,
-                                const std::string& name) {
-  for (const PresentColumn& column : columns)
-    if (sameName(column.name, name)) return &column;
-  return nullptr;
+bool sameName(std::string_view a, const std::string& b) {
+  return a.size() == b.size() &&
+         sqlite3_strnicmp(a.data(), b.c_str(), static_cast<int>(b.size())) == 0;
 }
 
 // Whether the table has the column, of the right type.
-bool has(Connection& connection, const std::vector<PresentColumn>& present, const SqlTable& table,
-         const SqlColumn& column) {
-  const PresentColumn* found = findColumn(present, column.name);
-  if (found == nullptr) return false;
+bool has(const Connection& connection, const SqlTable& table, const SqlColumn& column) {
+  const auto found = connection.columnType(table.name, column.name);
+  if (!found) return false;
   const std::string wanted(sqliteDialect().type(column.kind));
-  if (sameName(found->type, wanted)) return true;
+  if (sameName(*found, wanted)) return true;
   throw Failure{PersistenceError::Refused, "\"" + connection.path() + "\" holds " + table.name +
-                                               "." + column.name + " as " + found->type +
+                                               "." + column.name + " as " + std::string(*found) +
                                                ", the model wants " + wanted + "."};
 }
 
-// nullopt: there is no such table.
-std::optional<std::vector<PresentColumn>> present(Connection& connection, const SqlTable& table) {
-  auto columns = columnsOf(connection, table.name);
-  if (columns.empty()) return std::nullopt;
-  if (findColumn(columns, "id") == nullptr || findColumn(columns, "version") == nullptr) {
-    throw Failure{PersistenceError::Damaged, "\"" + connection.path() +
-                                                 "\" is damaged (the table " + table.name +
-                                                 " is not one of a document)."};
-  }
-  return columns;
+bool isPresent(const Connection& connection, const SqlTable& table) {
+  if (!connection.hasTable(table.name)) return false;
+  if (connection.columnType(table.name, "id") && connection.columnType(table.name, "version"))
+    return true;
+  throw Failure{PersistenceError::Damaged, "\"" + connection.path() + "\" is damaged (the table " +
+                                               table.name + " is not one of a document)."};
 }
 
-bool hasIndex(Connection& connection, const SqlIndex& index) {
-  Statement statement = connection.prepare(
-      "SELECT 1 FROM sqlite_schema WHERE type='index' AND name=?1 COLLATE NOCASE");
-  statement.bindText(1, index.name);
-  return statement.step();
-}
+// Opening looks for every index of the model: they are read once.
+class PresentIndexes {
+ public:
+  explicit PresentIndexes(Connection& connection) {
+    Statement names = connection.prepare("SELECT name FROM sqlite_schema WHERE type='index'");
+    while (names.step()) names_.insert(std::string(names.text(0)));
+  }
+
+  bool has(const SqlIndex& index) const { return names_.count(index.name) != 0; }
+
+ private:
+  struct Before {
+    bool operator()(const std::string& a, const std::string& b) const {
+      return sqlite3_stricmp(a.c_str(), b.c_str()) < 0;
+    }
+  };
+  std::set<std::string, Before> names_;
+};
 
 void addTable(Connection& connection, const SqlTable& table) {
   connection.execute(createTable(sqliteDialect(), table));
@@ -81,6 +69,31 @@ void addTable(Connection& connection, const SqlTable& table) {
       "INSERT INTO bokfolio_entity(name, next_id) VALUES(?1, 1) ON CONFLICT(name) DO NOTHING");
   counter.bindText(1, table.name);
   counter.run();
+}
+
+// What must be done so that the file has all of the tables.
+std::vector<std::function<void()>> stepsToFit(Connection& connection,
+                                              const std::vector<SqlTable>& tables) {
+  const Transaction reading(connection, Transaction::Kind::Reading);
+  const PresentIndexes indexes(connection);
+  std::vector<std::function<void()>> steps;
+  for (const SqlTable& table : tables) {
+    if (!isPresent(connection, table)) {
+      steps.emplace_back([&] { addTable(connection, table); });
+      continue;
+    }
+    for (const SqlColumn& column : table.columns) {
+      if (has(connection, table, column)) continue;
+      steps.emplace_back([&] { connection.execute(addColumn(sqliteDialect(), table, column)); });
+    }
+    for (const SqlIndex& index : table.indexes) {
+      if (indexes.has(index)) continue;
+      steps.emplace_back([&] { connection.execute(createIndex(table, index)); });
+    }
+    if (table.sums && !hasSumTable(connection, table))
+      steps.emplace_back([&] { addSumTable(connection, table); });
+  }
+  return steps;
 }
 
 // SQLite takes a last page that is cut short as if zeros followed.
@@ -205,46 +218,25 @@ void migrate(Connection& connection, const DocumentFormat& format, const Clock& 
 }
 
 void fitTables(Connection& connection, const std::vector<SqlTable>& tables) {
-  std::optional<Transaction> transaction;  // only a file that lacks something is written to
-  const auto begin = [&] {
-    if (!transaction) transaction.emplace(connection);
-  };
-  for (const SqlTable& table : tables) {
-    const auto columns = present(connection, table);
-    if (!columns) {
-      begin();
-      addTable(connection, table);
-      continue;
-    }
-    for (const SqlColumn& column : table.columns) {
-      if (has(connection, *columns, table, column)) continue;
-      begin();
-      connection.execute(addColumn(sqliteDialect(), table, column));
-    }
-    for (const SqlIndex& index : table.indexes) {
-      if (hasIndex(connection, index)) continue;
-      begin();
-      connection.execute(createIndex(table, index));
-    }
-    if (table.sums && !hasSumTable(connection, table)) {
-      begin();
-      addSumTable(connection, table);
-    }
-  }
-  if (transaction) transaction->commit();
+  const auto steps = stepsToFit(connection, tables);
+  if (steps.empty()) return;  // only a file that lacks something is written to
+  Transaction transaction(connection);
+  for (const auto& step : steps) step();
+  transaction.commit();
 }
 
 std::vector<SqlTable> presentTables(Connection& connection, const std::vector<SqlTable>& tables) {
+  const PresentIndexes indexes(connection);
   std::vector<SqlTable> result;
   for (const SqlTable& table : tables) {
     SqlTable& kept = result.emplace_back();
-    const auto columns = present(connection, table);
-    if (!columns) continue;  // an empty name: nothing to read
+    if (!isPresent(connection, table)) continue;  // an empty name: nothing to read
     kept.name = table.name;
     kept.sums = table.sums;
-    for (const SqlColumn& column : table.columns) {
-      if (has(connection, *columns, table, column)) kept.columns.push_back(column);
-    }
+    for (const SqlColumn& column : table.columns)
+      if (has(connection, table, column)) kept.columns.push_back(column);
+    for (const SqlIndex& index : table.indexes)
+      if (indexes.has(index)) kept.indexes.push_back(index);
   }
   return result;
 }

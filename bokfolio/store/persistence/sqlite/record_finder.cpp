@@ -100,16 +100,18 @@ const SavedQuestion* RecordFinder::fit(const SavedQuestion& question,
   };
   const auto lacksColumn = [&](const SavedCondition& each) { return lacks(each.ordinal); };
   const auto& conditions = question.conditions;
-  if (!lacks(question.order) && std::none_of(conditions.begin(), conditions.end(), lacksColumn))
-    return &question;
-  if (std::any_of(conditions.begin(), conditions.end(), [&](const SavedCondition& each) {
+  const bool lacksAny = std::any_of(conditions.begin(), conditions.end(), lacksColumn);
+  const bool joins = hasStretchesToJoin(question);
+  if (!lacksAny && !joins && !lacks(question.order)) return &question;
+  if (lacksAny && std::any_of(conditions.begin(), conditions.end(), [&](const auto& each) {
         return lacksColumn(each) && each.kind != SavedCondition::Kind::IsNil;
       }))
     return nullptr;
   fitted = question;
   if (lacks(question.order)) fitted->order = kIdOrdinal;
   std::erase_if(fitted->conditions, lacksColumn);
-  return &*fitted;
+  if (joins) joinStretches(*fitted);
+  return isImpossible(*fitted) ? nullptr : &*fitted;
 }
 
 template <class Text>

@@ -13,6 +13,31 @@ namespace {
 // Records of one entity are changed in few combinations; a stranger pattern starts anew.
 constexpr std::size_t kMaxUpdates = 64;
 
+// A big save comes back to the pages of indexes again and again, and what has no room in memory is
+// written, flushed and read anew meanwhile. Small ones get by with what reading needs.
+class RoomForPages {
+ public:
+  RoomForPages(Connection& connection, std::size_t changes)
+      : connection_(changes < kBig ? nullptr : &connection) {
+    if (connection_ != nullptr) connection_->setCache(kRoom);
+  }
+  RoomForPages(const RoomForPages&) = delete;
+  RoomForPages& operator=(const RoomForPages&) = delete;
+  ~RoomForPages() {
+    if (connection_ == nullptr) return;
+    try {
+      connection_->setCache(Connection::kCache);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): the room is kept longer than it need be
+    }
+  }
+
+ private:
+  static constexpr std::size_t kBig = 5000;
+  static constexpr int kRoom = 64 * 1024;  // KiB
+
+  Connection* connection_;
+};
+
 std::int64_t sqlId(RecordId id) {
   if (id == 0 || id > static_cast<RecordId>(kHighestId)) {
     throw Failure{PersistenceError::Refused, std::to_string(id) + " is no id of a record."};
@@ -43,6 +68,7 @@ RecordWriter::RecordWriter(Connection& connection, const std::vector<SqlTable>& 
 
 void RecordWriter::write(const ChangeSet& changes) {
   for (TableWriter& writer : writers_) writer.nextId = 0;
+  const RoomForPages room(connection_, changes.changes.size());
   state_.leave();
   Transaction transaction(connection_);
   state_.check();

@@ -12,6 +12,7 @@ void SavedState::check() {
   const std::uint32_t found = connection_.stateSeen();
   if (changing_) endChange();
   if (found == seen_) return;
+  leave();
   throw Failure{PersistenceError::Stale,
                 "\"" + connection_.path() + "\" was saved by another program; open it again."};
 }

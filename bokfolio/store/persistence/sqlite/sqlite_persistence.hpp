@@ -1,20 +1,21 @@
 // The engine that keeps a document in one SQLite file; docs/file-format.md describes the file.
 //
 // Who writes, holds the document from open() until the engine goes: a second writer, in this or
-// another process, gets InUse at once. Readers come and go beside it, and each load() sees whole
-// saves. A save is on the disk when commit() answers true; until then, and after any failure or
+// another process, gets InUse at once. Readers come and go beside it, and each answer is about one
+// whole save. Between two saves a writer that has read keeps programs that know SQLite's locks
+// alone from writing; where such a program has saved all the same, everything from then on is
+// Stale. A save is on the disk when commit() answers true; until then, and after any failure or
 // crash, the file holds the state before. Beside the document lies a "-journal" while a save runs:
 // after a crash it belongs to the document and heals it at the next opening for writing.
 //
+// A big save takes up to 64 MB while it runs, all else about 2 MB beside what is asked for.
+//
 // Errors besides those that PersistenceError describes. open():
 //   NotADocument  also a folder, or an empty file
-//   ReadOnly      opened for writing without permission, or for reading while it needs healing or
-//   is of
-//                 an older format
+//   ReadOnly      opened for writing without permission; for reading while it needs healing
 //   Damaged       cut short, or inconsistent
 //   Refused       the file holds a property as another kind than the model, or two names of the
-//   model
-//                 differ in capitals only
+//                 model differ in capitals only
 // commit(): NotFound and Stale also when the file itself was moved away or replaced since open.
 #pragma once
 

@@ -1,6 +1,7 @@
 #include "bokfolio/store/persistence/sqlite/internal/sum_lines.hpp"
 
 #include <algorithm>
+#include <tuple>
 
 #include "bokfolio/store/persistence/internal/saved_questions.hpp"
 #include "bokfolio/store/persistence/internal/sql/statements.hpp"
@@ -22,9 +23,30 @@ void bindKey(Statement& statement, const SumLine& line) {
   statement.bind(5, line.instant.value_or(0));
 }
 
-std::string select(const SqlTable& table, const std::string& which) {
-  return "SELECT dated, period, owner, mark, instant, amount FROM " + quoted(sumTableOf(table)) +
-         " WHERE " + which + " ORDER BY dated, period, owner, mark, instant";
+// So that each page of the file is met once. Lines about the same stay as they came.
+std::vector<const SumLine*> inOrderOfKey(const std::vector<SumLine>& lines) {
+  std::vector<const SumLine*> ordered;
+  ordered.reserve(lines.size());
+  for (const SumLine& line : lines) ordered.push_back(&line);
+  const auto key = [](const SumLine& line) {
+    return std::tuple(line.instant.has_value(), line.period, line.owner, line.mark,
+                      line.instant.value_or(0));
+  };
+  std::stable_sort(ordered.begin(), ordered.end(),
+                   [&](const SumLine* a, const SumLine* b) { return key(*a) < key(*b); });
+  return ordered;
+}
+
+const char* conditionOf(SumLineQuestion::Kind kind) {
+  switch (kind) {
+    case SumLineQuestion::Kind::TotalsOfPeriod:
+      return "dated=0 AND period=?1";
+    case SumLineQuestion::Kind::InstantsOfOwner:
+      return "dated=1 AND period=?1 AND owner=?2";
+    case SumLineQuestion::Kind::One:
+      break;
+  }
+  return kOneLine;
 }
 
 }  // namespace
@@ -39,12 +61,13 @@ void addSumTable(Connection& connection, const SqlTable& table) {
                      "PRIMARY KEY(dated, period, owner, mark, instant)) STRICT, WITHOUT ROWID");
 }
 
-bool hasSumTable(Connection& connection, const SqlTable& table) {
-  Statement statement = connection.prepare(
-      "SELECT 1 FROM sqlite_schema WHERE type='table' AND name=?1 COLLATE NOCASE");
-  const std::string name = sumTableOf(table);
-  statement.bindText(1, name);
-  return statement.step();
+std::string findSums(const SqlTable& table, SumLineQuestion::Kind kind) {
+  return "SELECT dated, period, owner, mark, instant, amount FROM " + quoted(sumTableOf(table)) +
+         " WHERE " + conditionOf(kind) + " ORDER BY dated, period, owner, mark, instant";
+}
+
+bool hasSumTable(const Connection& connection, const SqlTable& table) {
+  return connection.hasTable(sumTableOf(table));
 }
 
 void noteSums(Connection& connection, const SqlTable& table) {
@@ -101,22 +124,16 @@ void SumLines::read(const Entity& entity, const SumLineQuestion& question, SumLi
 
 Statement& SumLines::asking(const Entity& entity, const SumLineQuestion& question) {
   EntitySums& sums = sums_[entity.ordinal()];
-  const SqlTable& table = tables_[entity.ordinal()];
-  if (question.kind == SumLineQuestion::Kind::TotalsOfPeriod) {
-    Statement& statement =
-        prepared(sums.totals, [&] { return select(table, "dated=0 AND period=?1"); });
-    statement.bind(1, static_cast<std::int64_t>(question.period));
+  const auto text = [&] { return findSums(tables_[entity.ordinal()], question.kind); };
+  if (question.kind == SumLineQuestion::Kind::One) {
+    Statement& statement = prepared(sums.one, text);
+    bindKey(statement, {question.period, question.owner, question.mark, question.instant, {}});
     return statement;
   }
-  if (question.kind == SumLineQuestion::Kind::InstantsOfOwner) {
-    Statement& statement = prepared(
-        sums.instants, [&] { return select(table, "dated=1 AND period=?1 AND owner=?2"); });
-    statement.bind(1, static_cast<std::int64_t>(question.period));
-    statement.bind(2, static_cast<std::int64_t>(question.owner));
-    return statement;
-  }
-  Statement& statement = prepared(sums.one, [&] { return select(table, kOneLine); });
-  bindKey(statement, {question.period, question.owner, question.mark, question.instant, {}});
+  const bool all = question.kind == SumLineQuestion::Kind::TotalsOfPeriod;
+  Statement& statement = prepared(all ? sums.totals : sums.instants, text);
+  statement.bind(1, static_cast<std::int64_t>(question.period));
+  if (!all) statement.bind(2, static_cast<std::int64_t>(question.owner));
   return statement;
 }
 
@@ -140,7 +157,7 @@ void SumLines::write(const ChangeSet::Sums& sums) {
     known.brought = true;
   }
   checkSumsKept(entity, known.kept || known.brought, PersistenceError::Refused);
-  for (const SumLine& line : sums.lines) put(entity, line);
+  for (const SumLine* line : inOrderOfKey(sums.lines)) put(entity, *line);
 }
 
 void SumLines::put(const Entity& entity, const SumLine& line) {

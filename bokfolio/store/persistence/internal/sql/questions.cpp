@@ -1,5 +1,6 @@
 #include "bokfolio/store/persistence/internal/sql/questions.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace bokfolio::internal {
@@ -15,6 +16,18 @@ void appendConditions(std::string& form, const SavedQuestion& question) {
   for (const SavedCondition& condition : question.conditions) {
     append(form, condition.ordinal);
     form += static_cast<char>(comparisonOf(question, condition));
+  }
+}
+
+bool isStretch(Comparison comparison) {
+  switch (comparison) {
+    case Comparison::IsFrom:
+    case Comparison::IsUpTo:
+    case Comparison::IsBetween:
+    case Comparison::IsSomeText:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -36,6 +49,7 @@ class Writer {
     const std::string direction = question_.ascending ? "" : " DESC";
     std::string text = " ORDER BY ";
     if (question_.order != kIdOrdinal) text += name(question_.order) + direction + ",";
+    if (question_.order == kIdOrdinal && findsByStretch()) text += '+';
     return text + "\"id\"" + direction;
   }
 
@@ -50,6 +64,22 @@ class Writer {
  private:
   std::string name(std::uint16_t ordinal) const {
     return quoted(ordinal == kIdOrdinal ? "id" : table_.column(ordinal)->name);
+  }
+
+  // An index leads to a stretch of values, but not in order of id: then a database that knows
+  // nothing of its content may rather read the whole table in that order. Sorting what was found is
+  // bounded by the answer.
+  bool findsByStretch() const {
+    const auto isIndexed = [&](const std::string& column) {
+      return std::any_of(table_.indexes.begin(), table_.indexes.end(), [&](const SqlIndex& index) {
+        return std::find(index.columns.begin(), index.columns.end(), column) != index.columns.end();
+      });
+    };
+    const auto& conditions = question_.conditions;
+    return std::any_of(conditions.begin(), conditions.end(), [&](const SavedCondition& each) {
+      return each.ordinal != kIdOrdinal && isStretch(comparisonOf(question_, each)) &&
+             isIndexed(table_.column(each.ordinal)->name);
+    });
   }
 
   std::string parameter() { return dialect_.parameterMark + std::to_string(++bound_); }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -82,6 +83,15 @@ class Connection {
   void execute(std::string_view sql) { prepare(sql).run(); }
   // The first column of the first row; 0 when there is no row.
   std::int64_t integer(std::string_view sql);
+  // Names as SQLite compares them. Neither reads the file but for its schema, once; inside a
+  // transaction the schema is that of the file.
+  bool hasTable(const std::string& name) const;
+  // As declared; nullopt when there is no such column.
+  std::optional<std::string_view> columnType(const std::string& table,
+                                             const std::string& column) const;
+  // How much of the file may stay in memory; kCache at first.
+  static constexpr int kCache = 2000;
+  void setCache(int kibibytes) { execute("PRAGMA cache_size=-" + std::to_string(kibibytes)); }
   std::int64_t changes() const { return sqlite3_changes64(handle_.get()); }
   // A number that differs when the file was changed between two looks at it, by anybody. It costs
   // no look of its own.

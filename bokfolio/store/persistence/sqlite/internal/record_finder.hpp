@@ -31,8 +31,9 @@ class RecordFinder {
     Statements counting;
   };
 
-  // The question without what the file has no columns for, which reads as nil; nullptr when nothing
-  // can satisfy it. `fitted` has room for a question that must be changed.
+  // The question without what the file has no columns for, which reads as nil, and with one stretch
+  // for each property; nullptr when nothing can satisfy it. `fitted` has room for a question that
+  // must be changed.
   const SavedQuestion* fit(const SavedQuestion& question,
                            std::optional<SavedQuestion>& fitted) const;
   template <class Text>

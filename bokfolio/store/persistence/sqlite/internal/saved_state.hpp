@@ -23,7 +23,7 @@ class SavedState {
   void look() {
     if (lock_ == Lock::BetweenSaves && !connection_.inTransaction()) begin_.run();
   }
-  // While a statement or transaction keeps the file as it is.
+  // While a statement or transaction keeps the file as it is. When it is Stale, others may save on.
   void check();
   // Leaves the file to others, before a save and what cannot be done inside a transaction.
   void leave() {

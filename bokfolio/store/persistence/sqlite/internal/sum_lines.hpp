@@ -17,7 +17,9 @@ namespace bokfolio::internal {
 std::string sumTableOf(const SqlTable& table);
 // Makes the table when there is none.
 void addSumTable(Connection& connection, const SqlTable& table);
-bool hasSumTable(Connection& connection, const SqlTable& table);
+bool hasSumTable(const Connection& connection, const SqlTable& table);
+// The statement that answers a question; it binds the period, and the owner, or the whole key.
+std::string findSums(const SqlTable& table, SumLineQuestion::Kind kind);
 // Notes that the table has all lines of the layout.
 void noteSums(Connection& connection, const SqlTable& table);
 
