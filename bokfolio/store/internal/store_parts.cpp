@@ -281,6 +281,7 @@ void StoreParts::completeSets(const Record& owner, const Property& toMany) {
   ahead.reach(owner.id());
   SavedQuestion question = membersQuestion(owner, toMany);
   question.conditions[0].high = static_cast<std::int64_t>(ahead.next - 1);
+  question.order = toOne.ordinal();
   for (Record* member : savedRecords.read(question)) {
     slots(*member);
     Record* at = internal::referenceOf(*member, toOne);

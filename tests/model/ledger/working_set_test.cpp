@@ -158,8 +158,9 @@ TEST_F(WorkingSet, SumsThatNobodyAskedForAreSavedAndAskedForLater) {
 }
 
 TEST_F(WorkingSet, ASaveThatCannotReadTheSumsChangesNothing) {
-  row(filed(latest_, cetDate(2009, 6, 15), kEntries + 1), bank_, 1000);
-  context().fetchFirst<Row>(Predicate("debit == 1000"))->setCredit(1000);
+  Entry* made = filed(latest_, cetDate(2009, 6, 15), kEntries + 1);
+  row(made, bank_, 1000);
+  row(made, sales_, -1000);
   PersistenceFault fault;
   fault.operation = PersistenceOperation::Sums;
   fault.description = "No disk.";
