@@ -150,7 +150,7 @@ void openingsOfAccount(Desk& desk, const PlainFirm& plain, unsigned which) {
 
 void profitOfYear(Desk& desk, const PlainFirm& plain, unsigned which) {
   const Id id = pick(plain.years, which);
-  const Instant bound = someNoon(plain, which * 8);
+  const Instant bound = plain.entries.at(pick(plain.entries, which)).date;
   expectSame("the profit up to a date", id, desk.get<FiscalYear>(id)->profitLossByDate(date(bound)),
              plain.profit(id, bound));
 }
