@@ -35,7 +35,7 @@ const Environment& Host::environment() {
 }
 
 void Host::buildEnvironment() {
-  Environment environment = Environment::system();
+  Environment environment = base_ ? *base_ : Environment::system();
   const std::optional<TimeZone> zone = TimeZone::named(options.zone);
   if (!zone) {
     throw Failure(ExitStatus::Usage, "no time zone is called \"" + options.zone + "\"",

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "bokfolio/platform/calendar.hpp"
 #include "bokfolio/platform/environment.hpp"
@@ -31,6 +32,10 @@ struct Options {
 
 class Host {
  public:
+  // Lays the options over the real services, or over others that are given.
+  Host() = default;
+  explicit Host(Environment base) : base_(std::move(base)) {}
+
   Options options;
   // What the command line asks for; set by the command, run once everything is parsed.
   std::function<void(Host&)> action;
@@ -71,6 +76,7 @@ class Host {
   void buildEnvironment();
   void useRateServer(Environment& environment) const;
 
+  std::optional<Environment> base_;
   std::optional<Environment> environment_;
   std::shared_ptr<QueueRunLoop> runLoop_;
 };
