@@ -25,7 +25,7 @@ class BOKFOLIO_EXPORT Image {
     Bytes bytes;
   };
 
-  // Bounds on what is decoded: bytes of the file and pixels of the picture.
+  // Bounds on what is decoded: bytes of the file, and pixels of all its frames together.
   static constexpr std::size_t kMaximumBytes = std::size_t{64} << 20;
   static constexpr std::int64_t kMaximumPixels = 100'000'000;
 
@@ -33,9 +33,9 @@ class BOKFOLIO_EXPORT Image {
   explicit Image(std::vector<Representation> representations);
 
   // One representation made from bytes: PDF when they begin with "%PDF-", otherwise a bitmap that
-  // was decoded completely. nullopt and an error of kPlatformErrorDomain (ImageEmpty,
-  // ImageTooLarge, ImageUndecodable) for anything else, truncated pictures included. Costs one
-  // decoding.
+  // was decoded completely. nullopt and an error of kPlatformErrorDomain for anything else:
+  // ImageEmpty, ImageTooLarge (also when built up in ever more passes), ImageUndecodable (truncated
+  // pictures included). Costs one decoding, in at most about ten bytes of memory a pixel.
   static std::optional<Image> decode(ByteView bytes, ErrorOut error = nullptr);
 
   const std::vector<Representation>& representations() const noexcept { return representations_; }

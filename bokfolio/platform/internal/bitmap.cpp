@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
 
 #include "bokfolio/platform/image.hpp"
 #include "bokfolio/platform/platform_error.hpp"
@@ -34,20 +36,31 @@ bool undecodable(ErrorOut error) {
                       "The picture is damaged or of a kind that cannot be read.");
 }
 
-// Whether the file is of a kind that is taken and whole as far as its structure tells.
-bool isReadable(ByteView bytes) {
+bool tooLarge(ErrorOut error, std::string description) {
+  return failPlatform(error, PlatformErrorCode::ImageTooLarge, std::move(description));
+}
+
+int formatOf(ByteView bytes) {
   constexpr std::size_t kLongestSignature = 12;
   int format = IFF_UNKNOWN;
   if (bytes.size() < kLongestSignature || findFileFormatBuffer(bytes.data(), &format) != 0) {
-    return false;
+    return IFF_UNKNOWN;
   }
+  return format;
+}
+
+// Whether the file is of a kind that is taken and whole as far as its structure tells.
+bool isReadable(int format, ByteView bytes) {
   switch (format) {
     case IFF_PNG:
       return isWholePng(bytes);
     case IFF_JFIF_JPEG:
-      return isWholeJpeg(bytes);
-    case IFF_BMP:
+      return jpegScans(bytes) > 0;
     case IFF_GIF:
+      return gifPixels(bytes) > 0;
+    case IFF_UNKNOWN:
+      return false;
+    case IFF_BMP:
     case IFF_WEBP:
       return true;
     default:
@@ -55,8 +68,8 @@ bool isReadable(ByteView bytes) {
   }
 }
 
-// Refuses by size before anything is decoded.
-bool isWithinBounds(ByteView bytes, ErrorOut error) {
+// 0 when the file's head makes no sense.
+std::int64_t pixelsOf(ByteView bytes) {
   int format = 0;
   int width = 0;
   int height = 0;
@@ -66,20 +79,33 @@ bool isWithinBounds(ByteView bytes, ErrorOut error) {
   if (pixReadHeaderMem(bytes.data(), bytes.size(), &format, &width, &height, &bits, &samples,
                        &hasColorMap) != 0 ||
       width <= 0 || height <= 0) {
-    return undecodable(error);
+    return 0;
   }
-  if (std::int64_t{width} * height <= Image::kMaximumPixels) return true;
-  return failPlatform(error, PlatformErrorCode::ImageTooLarge,
-                      "The picture has more than 100 million pixels.");
+  return std::int64_t{width} * height;
+}
+
+// Refuses by size before anything is decoded. Asked for the head of a GIF file, the decoder decodes
+// it all.
+bool isWithinBounds(int format, ByteView bytes, ErrorOut error) {
+  const std::int64_t pixels = format == IFF_GIF ? gifPixels(bytes) : pixelsOf(bytes);
+  if (pixels == 0) return undecodable(error);
+  if (pixels > Image::kMaximumPixels) {
+    return tooLarge(error, "The picture has more than 100 million pixels.");
+  }
+  if (format == IFF_JFIF_JPEG && jpegScans(bytes) > kMaximumScannedPixels / pixels) {
+    return tooLarge(error, "The picture is built up in too many passes.");
+  }
+  return true;
 }
 
 PixPointer decodeBitmap(ByteView bytes, ErrorOut error) {
   silenceLeptonica();
-  if (!isReadable(bytes)) {
+  const int format = formatOf(bytes);
+  if (!isReadable(format, bytes)) {
     undecodable(error);
     return nullptr;
   }
-  if (!isWithinBounds(bytes, error)) return nullptr;
+  if (!isWithinBounds(format, bytes, error)) return nullptr;
   PixPointer pix(pixReadMem(bytes.data(), bytes.size()));
   if (pix == nullptr) undecodable(error);
   return pix;
