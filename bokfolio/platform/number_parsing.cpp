@@ -19,6 +19,10 @@ constexpr std::array<std::string_view, 6> kBlanks = {
 // Left-to-right, right-to-left and Arabic letter marks.
 constexpr std::array<std::string_view, 3> kDirectionMarks = {"\u200E", "\u200F", "\u061C"};
 
+// 38 digits with everything that may group and surround them take less; the parser below needs time
+// that grows with the square of the length.
+constexpr std::size_t kLongestNumber = 500;
+
 enum class Style { Plain, Percent };
 
 // As strict as ICU is by default.
@@ -39,7 +43,7 @@ enum class Extent { WholeText, Beginning };
 
 bool parse(const icu::DecimalFormat* parser, std::string_view text, Extent extent,
            icu::Formattable& number) {
-  if (parser == nullptr) return false;
+  if (parser == nullptr || text.size() > kLongestNumber) return false;
   const auto units =
       icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
   icu::ParsePosition position;
@@ -96,6 +100,8 @@ std::string_view trimmedOfBlanks(std::string_view text) noexcept {
 }
 
 std::optional<Decimal> parseNumber(std::string_view text, const Locale& locale) {
+  text = trimmedOfBlanks(text);
+  if (text.size() > kLongestNumber) return std::nullopt;
   const std::string plain = withoutDirectionMarks(text);
   // A formattable keeps the text of its first number, hence a fresh one each time.
   icu::Formattable number;
@@ -109,6 +115,8 @@ std::optional<Decimal> parseNumber(std::string_view text, const Locale& locale) 
 }
 
 std::optional<Decimal> parseAmount(std::string_view text, const Locale& locale) {
+  text = trimmedOfBlanks(text);
+  if (text.size() > kLongestNumber) return std::nullopt;
   const std::string plain = withoutDirectionMarks(text);
   const std::string symbol = currencySymbol(locale);
   std::string_view number = trimmedOfBlanks(plain);
@@ -121,6 +129,8 @@ std::optional<Decimal> parseAmount(std::string_view text, const Locale& locale) 
 }
 
 std::optional<double> parsePercentage(std::string_view text, const Locale& locale) {
+  text = trimmedOfBlanks(text);
+  if (text.size() > kLongestNumber) return std::nullopt;
   const std::string plain = withoutDirectionMarks(text);
   return parsedDouble(makeParser(Style::Percent, locale).get(), trimmedOfBlanks(plain),
                       Extent::WholeText);
@@ -129,7 +139,8 @@ std::optional<double> parsePercentage(std::string_view text, const Locale& local
 std::optional<double> scanNumber(std::string_view text, const Locale& locale) {
   const auto parser = makeParser(Style::Plain, locale);
   if (parser != nullptr) parser->setGroupingUsed(false);
-  const std::string plain = withoutDirectionMarks(text);
+  // A character cut in two reads as one that is part of no number.
+  const std::string plain = withoutDirectionMarks(trimmedOfBlanks(text).substr(0, kLongestNumber));
   return parsedDouble(parser.get(), trimmedOfBlanks(plain), Extent::Beginning);
 }
 

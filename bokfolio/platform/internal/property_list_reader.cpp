@@ -18,17 +18,18 @@ struct Malformed {
   std::string reason;
 };
 
-// Quotes the text of a value: the first forty bytes, whole characters only.
-[[noreturn]] void refuse(const XmlElement& element, const std::string& reason) {
+// The first forty bytes, whole characters only.
+std::string shortened(std::string_view whole) {
   constexpr std::size_t kShown = 40;
-  std::string text = "<" + std::string(element.name()) + ">";
-  if (element.children().empty()) {
-    const std::string_view whole = element.stringValue();
-    std::size_t end = std::min(whole.size(), kShown);
-    while (end < whole.size() && end > 0 && (whole[end] & 0xC0) == 0x80) --end;
-    text += whole.substr(0, end);
-    if (end < whole.size()) text += "...";
-  }
+  std::size_t end = std::min(whole.size(), kShown);
+  while (end < whole.size() && end > 0 && (whole[end] & 0xC0) == 0x80) --end;
+  return std::string(whole.substr(0, end)) + (end < whole.size() ? "..." : "");
+}
+
+// Quotes the text of a value.
+[[noreturn]] void refuse(const XmlElement& element, const std::string& reason) {
+  std::string text = "<" + shortened(element.name()) + ">";
+  if (element.children().empty()) text += shortened(element.stringValue());
   throw Malformed{text + ": " + reason};
 }
 
@@ -77,7 +78,8 @@ PropertyList::Value readMap(const XmlElement& element) {
   std::stable_sort(entries.begin(), entries.end(), byKey);
   const auto twice = std::adjacent_find(
       entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.key == b.key; });
-  if (twice != entries.end()) refuse(element, "has the key \"" + twice->key + "\" twice");
+  if (twice != entries.end())
+    refuse(element, "has the key \"" + shortened(twice->key) + "\" twice");
   return entries;
 }
 
