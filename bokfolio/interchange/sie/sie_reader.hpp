@@ -17,7 +17,9 @@ namespace bokfolio {
 
 // Bounds on what comes from outside. A file beyond one of them is refused (TooLarge), never cut.
 struct SieReadOptions {
-  std::size_t maxBytes = std::size_t{1} << 30;
+  // Reading takes about five times as much memory, ten times where records are as short as they can
+  // be. A million rows take some 60 MiB.
+  std::size_t maxBytes = std::size_t{256} << 20;
   std::size_t maxLineLength = std::size_t{1} << 16;  // in bytes of UTF-8
   // Rows, vouchers, balances, accounts, objects and so on together. A row takes about 130 bytes.
   std::size_t maxRecords = 20'000'000;
