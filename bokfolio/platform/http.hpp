@@ -23,8 +23,8 @@ struct HttpRequest {
   std::chrono::milliseconds connectTimeout{5'000};
   // Most bytes of the answer, counted after decompression.
   std::size_t maximumBytes = std::size_t{1} << 20;
-  // What the address and every redirect may use: "https", "http". Others are refused even when
-  // they are named here.
+  // What the address may use, and its redirects, which are followed on the same host only: "https",
+  // "http". Others are refused even when they are named here, and so is the way back from https.
   std::vector<std::string> schemes{"https"};
 };
 

@@ -1,9 +1,11 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "bokfolio/platform/http.hpp"
 #include "bokfolio/platform/platform_error.hpp"
@@ -51,16 +53,16 @@ std::string allowedSchemes(const HttpRequest& request) {
 
 std::string part(const Address& address, CURLUPart which) {
   char* text = nullptr;
-  if (curl_url_get(address.get(), which, &text, 0) != CURLUE_OK) return {};
+  if (curl_url_get(address.get(), which, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) return {};
   return std::unique_ptr<char, CurlDeleter>(text).get();
 }
 
 // nullptr when the text is no absolute address of an allowed scheme.
-Address parseAddress(const HttpRequest& request) {
+Address parseAddress(const std::string& url, const HttpRequest& request) {
   const auto isPlain = [](char letter) { return letter > ' ' && letter != '\x7F'; };
   Address address(curl_url());
-  if (!address || !std::all_of(request.url.begin(), request.url.end(), isPlain) ||
-      curl_url_set(address.get(), CURLUPART_URL, request.url.c_str(), 0) != CURLUE_OK) {
+  if (!address || !std::all_of(url.begin(), url.end(), isPlain) ||
+      curl_url_set(address.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) {
     return nullptr;
   }
   const std::string scheme = part(address, CURLUPART_SCHEME);
@@ -70,6 +72,18 @@ Address parseAddress(const HttpRequest& request) {
   return allowed ? std::move(address) : nullptr;
 }
 
+// Whether a redirect stays with the server that was asked: on its host and port, or from http to
+// the usual port of https there.
+bool staysWith(const Address& from, const Address& to) {
+  const std::string oldHost = part(from, CURLUPART_HOST);
+  const std::string newHost = part(to, CURLUPART_HOST);
+  if (curl_strequal(oldHost.c_str(), newHost.c_str()) == 0) return false;
+  const std::string scheme = part(to, CURLUPART_SCHEME);
+  const std::string port = part(to, CURLUPART_PORT);
+  if (part(from, CURLUPART_SCHEME) == scheme) return part(from, CURLUPART_PORT) == port;
+  return scheme == "https" && port == "443";
+}
+
 long milliseconds(std::chrono::milliseconds duration) {
   constexpr std::chrono::milliseconds::rep kLongest = 24L * 60 * 60 * 1000;
   return static_cast<long>(
@@ -77,20 +91,16 @@ long milliseconds(std::chrono::milliseconds duration) {
 }
 
 // Every option must be taken: a limit that is silently missing is worse than no download.
-bool prepare(const Transfer& transfer, const Address& address, const HttpRequest& request,
-             Received& received) {
+bool prepare(const Transfer& transfer, const HttpRequest& request, Received& received) {
   const std::string schemes = allowedSchemes(request);
   const std::string agent = "BokfolioSDK/" + std::string(kVersion);
   bool taken = true;
   const auto option = [&](CURLoption name, auto value) {
     taken = curl_easy_setopt(transfer.get(), name, value) == CURLE_OK && taken;
   };
-  option(CURLOPT_CURLU, address.get());
   option(CURLOPT_PROTOCOLS_STR, schemes.c_str());
-  option(CURLOPT_REDIR_PROTOCOLS_STR, schemes.c_str());
-  option(CURLOPT_FOLLOWLOCATION, 1L);
-  option(CURLOPT_MAXREDIRS, long{HttpClient::kMaximumRedirects});
-  option(CURLOPT_TIMEOUT_MS, milliseconds(request.timeout));
+  // Redirects are looked at here, one by one: the library below would follow them to any host.
+  option(CURLOPT_FOLLOWLOCATION, 0L);
   option(CURLOPT_CONNECTTIMEOUT_MS, milliseconds(request.connectTimeout));
   option(CURLOPT_NOSIGNAL, 1L);
   option(CURLOPT_FAILONERROR, 1L);
@@ -118,10 +128,6 @@ bool fail(CURLcode code, long status, const std::string& host, ErrorOut error) {
       return failPlatform(
           error, Code::HttpStatus,
           "The server " + host + " answered with status " + std::to_string(status) + ".");
-    case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_URL_MALFORMAT:
-      return failPlatform(error, Code::HttpRefused,
-                          "The server " + host + " redirects to an address that is not allowed.");
     case CURLE_COULDNT_RESOLVE_HOST:
       return failPlatform(error, Code::HttpUnreachable, "The server " + host + " was not found.");
     case CURLE_COULDNT_RESOLVE_PROXY:
@@ -144,9 +150,6 @@ bool fail(CURLcode code, long status, const std::string& host, ErrorOut error) {
     case CURLE_WRITE_ERROR:
       return failPlatform(error, Code::HttpTooLarge,
                           "The answer of the server " + host + " is too long.");
-    case CURLE_TOO_MANY_REDIRECTS:
-      return failPlatform(error, Code::HttpRedirects,
-                          "The server " + host + " redirects too often.");
     default:
       return failPlatform(error, Code::HttpInterrupted,
                           "The download from " + host + " broke off (" +
@@ -154,27 +157,82 @@ bool fail(CURLcode code, long status, const std::string& host, ErrorOut error) {
   }
 }
 
+// One download, with what it was asked for and what came of it.
+class Download {
+ public:
+  Download(const HttpRequest& request, bool throughProxy)
+      : request_(request),
+        end_(std::chrono::steady_clock::now() +
+             std::chrono::milliseconds(milliseconds(request.timeout))),
+        received_{"", request.maximumBytes},
+        transfer_(curl_easy_init()),
+        prepared_(
+            transfer_ != nullptr && prepare(transfer_, request_, received_) &&
+            (throughProxy || curl_easy_setopt(transfer_.get(), CURLOPT_PROXY, "") == CURLE_OK)) {}
+
+  std::optional<std::string> run(Address address, ErrorOut error) {
+    const std::string host = part(address, CURLUPART_HOST);
+    for (int redirects = 0;; ++redirects) {
+      const CURLcode result = ask(address);
+      const long status = prepared_ ? statusOf(transfer_) : 0;
+      if (result == CURLE_OK && status == 200) return std::move(received_.body);
+      const std::string next = result == CURLE_OK ? redirect() : "";
+      if (next.empty()) {
+        fail(result, status, host, error);
+        return std::nullopt;
+      }
+      if (redirects == HttpClient::kMaximumRedirects) {
+        failPlatform(error, PlatformErrorCode::HttpRedirects,
+                     "The server " + host + " redirects too often.");
+        return std::nullopt;
+      }
+      Address following = parseAddress(next, request_);
+      if (following == nullptr || !staysWith(address, following)) {
+        failPlatform(error, PlatformErrorCode::HttpRefused,
+                     "The server " + host + " redirects to an address that is not allowed.");
+        return std::nullopt;
+      }
+      address = std::move(following);
+    }
+  }
+
+ private:
+  CURLcode ask(const Address& address) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        end_ - std::chrono::steady_clock::now());
+    received_.body.clear();
+    if (!prepared_ || curl_easy_setopt(transfer_.get(), CURLOPT_CURLU, address.get()) != CURLE_OK ||
+        curl_easy_setopt(transfer_.get(), CURLOPT_TIMEOUT_MS, milliseconds(left)) != CURLE_OK) {
+      return CURLE_FAILED_INIT;
+    }
+    return curl_easy_perform(transfer_.get());
+  }
+
+  // Where the answer leads on; "" when it does not.
+  std::string redirect() const {
+    char* url = nullptr;
+    curl_easy_getinfo(transfer_.get(), CURLINFO_REDIRECT_URL, &url);
+    return url != nullptr ? url : "";
+  }
+
+  const HttpRequest& request_;
+  std::chrono::steady_clock::time_point end_;
+  Received received_;
+  Transfer transfer_;
+  bool prepared_;
+};
+
 }  // namespace
 
 std::optional<std::string> CurlHttpClient::get(const HttpRequest& request, ErrorOut error) const {
   static const bool ready = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-  const Address address = parseAddress(request);
+  Address address = ready ? parseAddress(request.url, request) : nullptr;
   if (address == nullptr) {
     failPlatform(error, PlatformErrorCode::HttpRefused,
                  "The address of the download is not valid or its scheme is not allowed.");
     return std::nullopt;
   }
-  const std::string host = part(address, CURLUPART_HOST);
-  Received received{"", request.maximumBytes};
-  const Transfer transfer(ready ? curl_easy_init() : nullptr);
-  const bool prepared =
-      transfer != nullptr && prepare(transfer, address, request, received) &&
-      (proxy_ != Proxy::None || curl_easy_setopt(transfer.get(), CURLOPT_PROXY, "") == CURLE_OK);
-  const CURLcode result = prepared ? curl_easy_perform(transfer.get()) : CURLE_FAILED_INIT;
-  const long status = prepared ? statusOf(transfer) : 0;
-  if (result == CURLE_OK && status == 200) return std::move(received.body);
-  fail(result, status, host, error);
-  return std::nullopt;
+  return Download(request, proxy_ != Proxy::None).run(std::move(address), error);
 }
 
 }  // namespace bokfolio

@@ -96,15 +96,23 @@ TEST_F(Http, CountsBytesAsTheyArriveAndAfterDecompression) {
   EXPECT_EQ(failure(request("/endless"), Code::HttpTooLarge), tooLong);
 }
 
-TEST_F(Http, FollowsThreeRedirectsWithinTheSchemes) {
+TEST_F(Http, FollowsThreeRedirectsOnTheSameServer) {
   EXPECT_TRUE(kDirect.get(request("/redirects/2")));
   for (const char* path : {"/redirects/3", "/redirects/2000000000"}) {
     EXPECT_EQ(failure(request(path), Code::HttpRedirects),
               "The server 127.0.0.1 redirects too often.");
   }
-  for (const std::string where : {"file:///etc/passwd", "https://127.0.0.1/", "ftp://127.0.0.1/"}) {
+  EXPECT_TRUE(kDirect.get(request("/to?where=http://" + server.host() + "/text")));
+  // Another host, though it is the same machine; another port of this one; another scheme.
+  const std::string port = server.host().substr(server.host().find(':'));
+  const test::LocalServer other(addHandlers);
+  for (const std::string& where :
+       std::vector<std::string>{"http://localhost" + port + "/text", "//localhost" + port + "/text",
+                                "http://" + other.host() + "/text", "http://127.0.0.1/text",
+                                "file:///etc/passwd", "https://127.0.0.1/", "ftp://127.0.0.1/"}) {
     EXPECT_EQ(failure(request("/to?where=" + where), Code::HttpRefused),
-              "The server 127.0.0.1 redirects to an address that is not allowed.");
+              "The server 127.0.0.1 redirects to an address that is not allowed.")
+        << where;
   }
 }
 
