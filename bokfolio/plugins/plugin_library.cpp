@@ -1,6 +1,8 @@
 #include "bokfolio/plugins/plugin_library.hpp"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string_view>
@@ -34,6 +36,32 @@ class Loaded {
   void* handle_;
 };
 
+// Whether nobody but its owner, this user or the system's administrator, can change what is at the
+// path. The owner's own group, which has the owner's number, counts as the owner. In a folder with
+// the sticky bit others may add files, but change none.
+bool isOurs(const std::filesystem::path& path, bool stickyWillDo) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  if (status.st_uid != 0 && status.st_uid != ::geteuid()) return false;
+  if (stickyWillDo && (status.st_mode & S_ISVTX) != 0) return true;
+  const bool groupWrites = (status.st_mode & S_IWGRP) != 0 && status.st_gid != status.st_uid;
+  return !groupWrites && (status.st_mode & S_IWOTH) == 0;
+}
+
+// The part of the path that others can change; nothing when it is safe. Whoever can write a folder
+// further up can put another one in its place.
+std::optional<std::string> openToOthers(const std::filesystem::path& file) {
+  const std::filesystem::path folder = file.parent_path();
+  for (const auto& path : {file, folder}) {
+    if (!isOurs(path, false)) return path.string();
+  }
+  for (auto path = folder; path != path.parent_path();) {
+    path = path.parent_path();
+    if (!isOurs(path, true)) return path.string();
+  }
+  return std::nullopt;
+}
+
 std::string systemsWords() {
   const char* words = dlerror();
   return words != nullptr ? words : "for no reason that the system tells";
@@ -55,7 +83,13 @@ std::optional<PluginLibrary> PluginLibrary::load(const std::string& path, ErrorO
   if (failure || !std::filesystem::is_regular_file(file, failure)) {
     return refuse(PluginError::NotFound, "is no file");
   }
-  Loaded library(file.string());
+  const std::filesystem::path resolved = std::filesystem::canonical(file, failure);
+  if (failure) return refuse(PluginError::NotFound, "is no file");
+  if (const auto open = openToOthers(resolved)) {
+    return refuse(PluginError::OpenToOthers,
+                  "is not loaded, since other users can change \"" + *open + "\"");
+  }
+  Loaded library(resolved.string());
   if (!library) return refuse(PluginError::NotLoadable, "cannot be loaded: " + systemsWords());
   const auto* mark = static_cast<const char*>(library.symbol("bokfolioPluginAbi"));
   if (mark == nullptr) {
@@ -70,7 +104,7 @@ std::optional<PluginLibrary> PluginLibrary::load(const std::string& path, ErrorO
     return refuse(PluginError::NotAPlugin, "is no plug-in: it has a mark but makes none");
   }
   library.keep();
-  return PluginLibrary(file.string(), maker);
+  return PluginLibrary(resolved.string(), maker);
 }
 
 std::unique_ptr<BFPluginBase> PluginLibrary::make(Context* context, ErrorOut error) const {

@@ -2,9 +2,12 @@
 // records of a plug-in's classes live in documents, and their code must not go before them.
 //
 // A plug-in is code and does what it likes; whoever loads one trusts it. What is checked here is
-// that it fits: the mark that BOKFOLIO_PLUGIN left is compared before anything of the plug-in is
-// called. (Initialisers of the shared object's own variables have run by then: the system runs them
-// as it loads.) A host that works for several documents loads once and makes a plug-in for each:
+// who could have put it there, and that it fits. A file is loaded only when it, its folder and
+// every folder above belong to this user or the administrator, and nobody else can write them
+// (above its own folder the sticky bit will do). Then the mark that BOKFOLIO_PLUGIN left is
+// compared before anything of the plug-in is called. (Initialisers of the shared object's own
+// variables have run by then: the system runs them as it loads.) A host that works for several
+// documents loads once and makes a plug-in for each:
 //
 //   auto budget = PluginLibrary::load("plugins/budget.so", &error);
 //   Model model = standardModel();
@@ -27,11 +30,11 @@ namespace bokfolio {
 class BOKFOLIO_EXPORT PluginLibrary {
  public:
   // Loads a file, or finds it loaded. nullopt and an error of kPluginErrorDomain (NotFound,
-  // NotLoadable, NotAPlugin, OtherVersion), whose description names the file and says what does not
-  // fit; it is then not kept.
+  // OpenToOthers, NotLoadable, NotAPlugin, OtherVersion), whose description names the file and says
+  // what does not fit; it is then not kept. Nothing is searched for: the path names the file.
   static std::optional<PluginLibrary> load(const std::string& path, ErrorOut error = nullptr);
 
-  // Absolute.
+  // Absolute, without symbolic links.
   const std::string& path() const noexcept { return path_; }
   // A new plug-in for the context; nullptr for one that is only asked for its model. nullptr and
   // Failed when its constructor throws. It ends before its context does.

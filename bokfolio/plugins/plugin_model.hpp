@@ -23,6 +23,7 @@ enum class PluginError : int {
   OtherVersion = 4,  // made for another version of this library, or by an unfit compiler
   Failed = 5,        // it could not be made, or threw when asked
   ModelRefused = 6,  // its model has faults, or lacks or changes what was there before
+  OpenToOthers = 7,  // other users could change its file, or put another in its place
 };
 
 // Asks the plug-in for its model and takes that over. false with ModelRefused (all faults named),

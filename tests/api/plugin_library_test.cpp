@@ -108,6 +108,46 @@ TEST_F(Plugins, AreRefusedWithTheReason) {
   }
 }
 
+TEST_F(Plugins, ThatOthersCouldHavePutThereAreNotLoaded) {
+  using std::filesystem::perms;
+  const std::string shared = folder + "/shared";
+  const std::string own = shared + "/own";
+  const std::string file = own + "/budget.so";
+  const std::string link = folder + "/budget.so";
+  std::filesystem::create_directories(own);
+  std::filesystem::copy_file(BOKFOLIO_EXAMPLE_PLUGIN, file);
+  std::filesystem::create_symlink(file, link);
+  const auto mode = [](const std::string& path, unsigned bits) {
+    std::filesystem::permissions(path, perms(bits));
+  };
+  struct Case {
+    unsigned file, folder, above;
+    bool loads;
+  };
+  for (const auto& [ofFile, ofFolder, above, loads] :
+       {Case{0600, 0700, 0700, true}, Case{0755, 0755, 0755, true}, Case{0755, 0755, 01777, true},
+        Case{0755, 0755, 0777, false}, Case{0755, 0777, 0755, false},
+        Case{0755, 01777, 0755, false}, Case{0646, 0755, 0755, false}}) {
+    SCOPED_TRACE(testing::Message() << std::oct << ofFile << ' ' << ofFolder << ' ' << above);
+    mode(file, ofFile);
+    mode(own, ofFolder);
+    mode(shared, above);
+    for (const std::string& path : {file, link}) {
+      std::optional<Error> error;
+      const auto library = PluginLibrary::load(path, &error);
+      EXPECT_EQ(library.has_value(), loads);
+      if (loads) continue;
+      EXPECT_EQ(error.value().code(), static_cast<int>(PluginError::OpenToOthers));
+      EXPECT_THAT(error->localizedDescription(), HasSubstr("other users can change"));
+    }
+  }
+  if (geteuid() != 0) return;
+  mode(file, 0755);
+  mode(shared, 0755);
+  ASSERT_EQ(chown(file.c_str(), 65534, 65534), 0);
+  EXPECT_FALSE(PluginLibrary::load(file));
+}
+
 TEST_F(Plugins, ThatThrowWhileTheyAreMadeDoNoHarm) {
   const auto library = PluginLibrary::load(kModules + "needs_document.so");
   ASSERT_TRUE(library.has_value());
