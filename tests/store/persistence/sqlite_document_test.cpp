@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -289,6 +291,37 @@ TEST_F(SqliteDocument, TriggersOfACraftedFileDoNotRun) {
   const auto document = opened(OpenMode::ReadWrite);
   EXPECT_EQ(commit(*document, Draft(schema).insert("Paper", 301, {})), std::nullopt);
   EXPECT_EQ(contentOf(*document, *schema)["Folder"].size(), 1U);
+}
+
+TEST_F(SqliteDocument, TablesOfACraftedFileThatAreNoneAreNotRead) {
+  createSample();
+  const std::string good = bytesOf(path);
+  for (const char* sql :
+       {"DROP TABLE Paper; CREATE VIEW Paper AS SELECT 1 AS id, 1 AS version, 'x' AS title",
+        "DROP TABLE Paper; CREATE VIRTUAL TABLE Paper USING fts5(id, version, title)",
+        "DROP TABLE Paper; CREATE VIRTUAL TABLE Paper USING rtree(id, version, title)"}) {
+    SCOPED_TRACE(sql);
+    for (const OpenMode mode : {OpenMode::ReadOnly, OpenMode::ReadWrite}) {
+      write(path, good);
+      raw(sql);
+      const auto document = engine(mode);
+      if (!document->open(*schema, nullptr)) continue;
+      EXPECT_NE(loading(*document, schema->entity("Paper")), std::nullopt);
+    }
+  }
+}
+
+TEST_F(SqliteDocument, CopiesAreForThoseWhoMaySeeTheOriginal) {
+  createSample();
+  int number = 0;
+  for (const mode_t permissions : {0600U, 0640U, 0664U}) {
+    ASSERT_EQ(chmod(path.c_str(), permissions), 0);
+    const std::string copy = path + std::to_string(++number);
+    ASSERT_TRUE(opened(OpenMode::ReadWrite)->backup(copy, nullptr));
+    struct stat status {};
+    ASSERT_EQ(stat(copy.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, permissions);
+  }
 }
 
 }  // namespace

@@ -165,6 +165,8 @@ void Connection::harden() {
     sqlite3_db_config(handle_.get(), option, value, &set);
     if (set != value) throw Failure{PersistenceError::Failed, "SQLite cannot be made safe here."};
   }
+  // A virtual table would have its module's code read whatever the file holds.
+  sqlite3_drop_modules(handle_.get(), nullptr);
   execute("PRAGMA cell_size_check=ON");
   setCache(kCache);
   execute("PRAGMA temp_store=MEMORY");

@@ -190,15 +190,18 @@ void DocumentFile::checkInPlace() const {
   }
 }
 
-NewFile::NewFile(std::string path) : path_(std::move(path)) {
+NewFile::NewFile(std::string path, std::optional<mode_t> permissions)
+    : path_(std::move(path)), permissions_(permissions) {
   if (path_.empty()) fail(PersistenceError::NotFound, path_, "is no path.");
   if (fileExists(path_)) failSystem(path_, EEXIST);
   refuseStrayJournal(path_);
+  constexpr mode_t kOwners = S_IRUSR | S_IWUSR;
+  constexpr mode_t kEverybodys = kOwners | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+  const mode_t mode = permissions_ ? kOwners : kEverybodys;
   const std::string base = folderOf(path_) + "/.bokfolio-new-" + std::to_string(::getpid()) + "-";
   for (int attempt = 0;; ++attempt) {
     temporary_ = base + std::to_string(attempt);
-    const int descriptor = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC,
-                                  S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
+    const int descriptor = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (descriptor >= 0) {
       ::close(descriptor);
       return;
@@ -217,6 +220,7 @@ NewFile::~NewFile() {
 void NewFile::publish() {
   if (!flush(temporary_, O_RDWR)) failSystem(path_, errno);
   refuseStrayJournal(path_);
+  if (permissions_ && ::chmod(temporary_.c_str(), *permissions_) != 0) failSystem(path_, errno);
   if (!moveWithoutReplacing(temporary_, path_)) failSystem(path_, errno);
   temporary_.clear();
   // Not every file system can flush a folder, and not every folder can be read.
@@ -226,6 +230,12 @@ void NewFile::publish() {
 bool fileExists(const std::string& path) {
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0;
+}
+
+std::optional<mode_t> filePermissions(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
 }
 
 std::int64_t fileSize(const std::string& path) {

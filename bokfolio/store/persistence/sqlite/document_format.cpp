@@ -242,7 +242,8 @@ std::vector<SqlTable> presentTables(Connection& connection, const std::vector<Sq
 }
 
 void copyDocument(Connection& connection, const std::string& path) {
-  NewFile file(path);
+  // A copy is for those who may see the original.
+  NewFile file(path, filePermissions(connection.path()));
   try {
     Statement copy = connection.prepare("VACUUM INTO ?1");
     copy.bindText(1, file.temporaryPath());

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -60,8 +61,9 @@ class DocumentFile {
 class NewFile {
  public:
   // AlreadyExists when there is something at the path, or a journal of what was there; ReadOnly,
-  // NotFound (the folder), Full.
-  explicit NewFile(std::string path);
+  // NotFound (the folder), Full. The file gets the permissions that are usual for this process, or
+  // else is for its owner alone until it is published with the permissions given.
+  explicit NewFile(std::string path, std::optional<mode_t> permissions = std::nullopt);
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
   ~NewFile();
@@ -74,9 +76,12 @@ class NewFile {
  private:
   std::string path_;
   std::string temporary_;
+  std::optional<mode_t> permissions_;
 };
 
 bool fileExists(const std::string& path);
+// Nothing when there is none.
+std::optional<mode_t> filePermissions(const std::string& path);
 // In bytes; 0 when there is none.
 std::int64_t fileSize(const std::string& path);
 
