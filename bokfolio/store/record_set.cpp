@@ -58,6 +58,15 @@ class Sum {
   BoundPath path_;
 };
 
+StoreParts& storeOf(const Record& record) { return record.managedObjectContext().parts(); }
+
+// Throws RecordGoneError for a record that is gone.
+StoreParts& storeOfLive(const Record& record) {
+  StoreParts& store = storeOf(record);
+  store.slots(record);
+  return store;
+}
+
 // A stored key that nothing but its slot answers for.
 bool isPlain(const Property& property) { return !property.key().hasAccessor(); }
 
@@ -65,49 +74,67 @@ bool isPlain(const Property& property) { return !property.key().hasAccessor(); }
 
 RecordSet::RecordSet() = default;
 
-RecordSet::RecordSet(std::vector<Record*> members) : members_(ordered(std::move(members))) {}
-
-RecordSet::RecordSet(const Record& owner, const Property& relationship) {
+RecordSet::RecordSet(std::vector<Record*> members) {
   Query query;
-  query.store = &owner.managedObjectContext().parts();
-  query.entity = &relationship.target();
-  query.owner = &owner;
-  query.relationship = &relationship;
+  query.among = ordered(std::move(members));
   query.throughAccessors = true;
   query_ = std::make_shared<const Query>(std::move(query));
 }
 
+RecordSet::RecordSet(const Record& owner, const Property& relationship)
+    : owner_(&owner), relationship_(&relationship) {}
+
 RecordSet::RecordSet(Query query) : query_(std::make_shared<const Query>(std::move(query))) {}
 
-RecordSet RecordSet::filtered(const Predicate& predicate) const {
+// The members when they were given and not narrowed since.
+const std::vector<Record*>* RecordSet::given() const {
+  return query_ && query_->conditions.empty() ? query_->among.get() : nullptr;
+}
+
+// nullptr when the members may be of any.
+const Entity* RecordSet::entity() const {
+  if (isWhole()) return &relationship_->target();
+  return query_ ? query_->entity : nullptr;
+}
+
+// Not for the set of no records, which is no question.
+Query RecordSet::asQuery() const {
+  if (query_) return *query_;
   Query query;
-  if (query_) {
-    query = *query_;
-  } else if (members_) {
-    query.among = members_;
-    query.throughAccessors = true;
-  } else {
-    return {};
-  }
+  query.store = &storeOf(*owner_);
+  query.entity = entity();
+  query.owner = owner_;
+  query.relationship = relationship_;
+  query.throughAccessors = true;
+  return query;
+}
+
+RecordSet RecordSet::filtered(const Predicate& predicate) const {
+  if (!isWhole() && !query_) return {};
+  Query query = asQuery();
   query.conditions.push_back(predicate);
   return RecordSet(std::move(query));
 }
 
 std::size_t RecordSet::count() const {
-  if (query_) return countOf(*query_);
-  return members_ ? members_->size() : 0;
+  if (isWhole()) return storeOfLive(*owner_).memberCount(*owner_, *relationship_);
+  return query_ ? countOf(*query_) : 0;
 }
 
 bool RecordSet::empty() const { return first() == nullptr; }
 
 bool RecordSet::contains(const Record* record) const {
   if (record == nullptr) return false;
+  if (const auto* members = given())
+    return std::find(members->begin(), members->end(), record) != members->end();
   if (query_) return holds(*query_, *record);
-  return members_ && std::find(members_->begin(), members_->end(), record) != members_->end();
+  return isWhole() && holds(asQuery(), *record);
 }
 
 Record* RecordSet::first() const {
-  if (!query_) return members_ && !members_->empty() ? members_->front() : nullptr;
+  if (isWhole()) return storeOfLive(*owner_).firstMember(*owner_, *relationship_);
+  if (const auto* members = given()) return members->empty() ? nullptr : members->front();
+  if (!query_) return nullptr;
   Query query = *query_;
   query.limit = 1;
   const auto found = run(query);
@@ -117,7 +144,7 @@ Record* RecordSet::first() const {
 Decimal RecordSet::sum(std::string_view key) const {
   std::optional<Sum> sum;
   // A key that is wrong is wrong for an empty set, too.
-  if (query_ && query_->entity != nullptr) sum.emplace(*query_->entity, key);
+  if (entity() != nullptr) sum.emplace(*entity(), key);
   Decimal total;
   internal::forEachRecord(snapshot(), [&](const Record* record) {
     if (!sum || &sum->entity() != &record->entity()) sum.emplace(record->entity(), key);
@@ -144,25 +171,49 @@ RecordSet RecordSet::distinctUnion(std::string_view key) const {
 // The rows of the entries of a year are the rows whose entry is of that year: one question, for
 // which the planner may find a better way than from entry to entry.
 std::optional<RecordSet> RecordSet::unionAsQuestion(std::string_view key) const {
-  if (!query_ || query_->owner == nullptr || !query_->conditions.empty()) return std::nullopt;
-  const Property* toMany = query_->entity->property(key);
+  if (!isWhole()) return std::nullopt;
+  const Property* toMany = entity()->property(key);
   if (toMany == nullptr || !toMany->isToMany()) return std::nullopt;
   const Property& near = toMany->inverse();
-  const Property& far = query_->relationship->inverse();
+  const Property& far = relationship_->inverse();
   if (!isPlain(*toMany) || !isPlain(near) || !isPlain(far)) return std::nullopt;
   Query query;
-  query.store = query_->store;
+  query.store = &storeOf(*owner_);
   query.entity = &toMany->target();
   query.throughAccessors = true;
   query.conditions.emplace_back(predicate::makeComparison(
       predicate::Comparison::Equal, predicate::KeyPath{{near.name(), far.name()}, false},
-      Value(query_->owner)));
+      Value(owner_)));
   return RecordSet(std::move(query));
 }
 
 std::vector<Record*> RecordSet::snapshot() const {
+  if (const auto* members = given()) return *members;
   if (query_) return run(*query_);
-  return members_ ? *members_ : std::vector<Record*>();
+  std::vector<Record*> members;
+  if (!isWhole()) return members;
+  const auto& set = storeOfLive(*owner_).members(*owner_, *relationship_);
+  members.reserve(set.size());
+  set.forEach([&](Record* member) { members.push_back(member); });
+  return members;
+}
+
+// Over a copy of the members, since bringing values into memory may touch the set.
+void RecordSet::visitStored(void* visitor, StoredVisit visit) const {
+  constexpr std::size_t kFew = 64;
+  const auto* set = isWhole() ? &storeOfLive(*owner_).members(*owner_, *relationship_) : nullptr;
+  if (set == nullptr || set->size() > kFew) {
+    internal::forEachRecord(snapshot(), [&](Record* member) {
+      visit(visitor, *member, storeOf(*member).slots(*member));
+      return true;
+    });
+    return;
+  }
+  Record* members[kFew];  // NOLINT: only what is filled is read
+  Record** end = members;
+  set->forEach([&](Record* member) { *end++ = member; });
+  StoreParts& store = storeOf(*owner_);
+  for (Record** at = members; at != end; ++at) visit(visitor, **at, store.slots(**at));
 }
 
 std::vector<Record*> RecordSet::sorted(const std::vector<SortDescriptor>& order) const {
@@ -172,8 +223,9 @@ std::vector<Record*> RecordSet::sorted(const std::vector<SortDescriptor>& order)
 }
 
 bool operator==(const RecordSet& a, const RecordSet& b) {
-  if (a.query_ == b.query_ && a.members_ == b.members_) return true;
-  return a.snapshot() == b.snapshot();
+  const bool same =
+      a.query_ == b.query_ && a.owner_ == b.owner_ && a.relationship_ == b.relationship_;
+  return same || a.snapshot() == b.snapshot();
 }
 
 }  // namespace bokfolio

@@ -289,6 +289,43 @@ TEST_F(QuestionTest, SetsOfGivenRecords) {
   EXPECT_EQ(RecordSet({one, region}).filtered(Predicate("code >= 1")).sum("code"), Decimal(6));
 }
 
+// As many as are read without a copy of the set, one more, and many more.
+TEST_F(QuestionTest, StoredValuesAreReadInTheOrderOfIteration) {
+  for (const int count : {0, 3, 64, 65, 600}) {
+    SCOPED_TRACE(count);
+    Record* where = shop();
+    for (int code = 0; code < count; ++code) good(code, where)->setValueForKey(1, "grade");
+    const RecordSet even = goodsOf(*where).filtered(Predicate("code < 2 OR code > 60"));
+    for (const RecordSet& set : {goodsOf(*where), even, RecordSet(even.snapshot())}) {
+      std::vector<Record*> seen;
+      RecordSetOf<Record>(set).forEachStored([&](Record& member, const SlotView& values) {
+        seen.push_back(&member);
+        const Property& code = *values.entity().property("code");
+        EXPECT_EQ(Value(values.integer(code.ordinal())), member.valueForKey("code"));
+        EXPECT_FALSE(values.isNil(values.entity().property("grade")->ordinal()));
+      });
+      EXPECT_EQ(seen, set.snapshot());
+    }
+  }
+  RecordSetOf<Record>().forEachStored([](Record&, const SlotView&) { FAIL() << "no members"; });
+}
+
+TEST_F(QuestionTest, AWholeRelationshipKnowsWhenItsOwnerIsGone) {
+  Record* where = shop();
+  good(1, where);
+  const RecordSet goods = goodsOf(*where);
+  EXPECT_EQ(goods, goodsOf(*where));
+  EXPECT_FALSE(goods == goodsOf(*shop()));
+  EXPECT_EQ(RecordSet(), goodsOf(*shop())) << "both without members";
+  context().rollback();
+  EXPECT_THROW(goods.count(), RecordGoneError);
+  EXPECT_THROW(goods.first(), RecordGoneError);
+  EXPECT_THROW(goods.snapshot(), RecordGoneError);
+  EXPECT_THROW(goods.filtered(Predicate("code == 1")).count(), RecordGoneError);
+  EXPECT_THROW(RecordSetOf<Record>(goods).forEachStored([](Record&, const SlotView&) {}),
+               RecordGoneError);
+}
+
 TEST_F(QuestionTest, SumsReadKeysThroughTheirAccessors) {
   Record* where = shop();
   for (int each = 0; each < 6; ++each) {

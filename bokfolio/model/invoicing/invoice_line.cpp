@@ -4,6 +4,7 @@
 
 #include "bokfolio/model/invoicing/allowance.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
+#include "bokfolio/model/invoicing/internal/line_sums.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/platform/environment.hpp"
 #include "bokfolio/store/context.hpp"
@@ -157,9 +158,7 @@ std::optional<Decimal> InvoiceLine::lineSumExclVat() const {
   const auto unitPrice = price();
   const auto units = quantity();
   if (!unitPrice || !units) return std::nullopt;
-  const Decimal sum = *units * *unitPrice;
-  const Allowance* rebate = allowance();
-  return rebate == nullptr ? sum : sum + rebate->amountOnDecimal(sum);
+  return internal::lineExclVat(*units, *unitPrice, allowance());
 }
 
 std::optional<Decimal> InvoiceLine::lineVat() const {
@@ -174,7 +173,7 @@ std::optional<Decimal> InvoiceLine::lineSum() const {
   const auto sum = lineSumExclVat();
   const auto rate = vat();
   if (!sum || !rate || isVatfree()) return sum;
-  return *sum * (Decimal(1) + rate->scaledByPowerOf10(-2));
+  return *sum * internal::vatFactor(*rate);
 }
 
 std::optional<Decimal> InvoiceLine::localAmount() const {

@@ -4,6 +4,7 @@
 
 #include "bokfolio/model/invoicing/allowance.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
+#include "bokfolio/model/invoicing/internal/line_sums.hpp"
 #include "bokfolio/model/invoicing/internal/summed_lines.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
@@ -13,19 +14,23 @@ namespace bokfolio {
 
 namespace {
 
+using internal::LineSums;
 using internal::SummedLine;
 
 Decimal sumWithVat(const Invoice& invoice) {
   Decimal sum;
-  for (const InvoiceLine* line : invoice.lines().members())
-    sum += line->lineSum().value_or(Decimal());
+  LineSums sums(invoice.vatfree());
+  invoice.lines().forEachStored([&](const InvoiceLine&, const SlotView& line) {
+    if (const auto exclVat = LineSums::exclVat(line)) sum += sums.withVat(line, *exclVat);
+  });
   return sum;
 }
 
 Decimal sumWithoutVat(const Invoice& invoice) {
   Decimal sum;
-  for (const InvoiceLine* line : invoice.lines().members())
-    sum += line->lineSumExclVat().value_or(Decimal());
+  invoice.lines().forEachStored([&](const InvoiceLine&, const SlotView& line) {
+    if (const auto exclVat = LineSums::exclVat(line)) sum += *exclVat;
+  });
   return sum;
 }
 

@@ -40,6 +40,10 @@ TEST_F(InvoiceTotalsTest, AreWhatABookkeeperFindsByHand) {
       {"2*100@25 1*100@12 4*50@6", "25%", "rounded", "430", "375", "55.5", "-0.5", "-143.5"},
       {"2*100@25 1*100@12 4*50@6", "", "vatfree", "500", "500", "0", "0", "0"},
       {"-*100@25 1*-@25 1*80@25 1*10@-", "", "", "110", "90", "20", "0", "0"},
+      // More rates than an invoice usually has, and one written in two ways.
+      {"1*100@25 1*100@12 1*100@6 1*100@0 1*100@10 1*100@20 1*100@10 1*100@25", "", "", "908",
+       "800", "108", "0", "0"},
+      {"1*100@25 1*100@25.0 1*100@2.5 1*100@25", "", "", "477.5", "400", "77.5", "0", "0"},
       // Rounding: half to even, and no part of the VAT.
       {"1*1234.50@0", "", "rounded", "1234", "1234.5", "0", "-0.5", "0"},
       {"1*1235.50@0", "", "rounded", "1236", "1235.5", "0", "0.5", "0"},
@@ -80,6 +84,55 @@ TEST_F(InvoiceTotalsTest, AreWhatABookkeeperFindsByHand) {
     EXPECT_EQ(made->rebateAmount(), dec(each.rebateAmount));
     EXPECT_EQ(made->valueForKey("vatAmount"), Value(dec(each.vat)));
   }
+}
+
+// Nothing is remembered from one reading to the next.
+TEST_F(InvoiceTotalsTest, FollowEveryChangeAtOnce) {
+  Invoice* made = invoiceOf("1*100@25 1*80@25");
+  InvoiceLine* first = made->lines().first();
+  const auto expect = [&](const char* total, const char* vat) {
+    EXPECT_EQ(made->totalAmount(), dec(total));
+    EXPECT_EQ(made->vatAmount(), dec(vat));
+  };
+  expect("225", "45");
+  first->setPrimitiveValueForKey(200, "price");
+  expect("350", "70");
+  first->setVat(12);
+  expect("324", "44");
+  first->setQuantity(std::nullopt);
+  expect("100", "20");
+  first->setQuantity(1);
+  first->setAllowance(rebate("50"));
+  expect("268", "38");
+  first->allowance()->setValue(100);
+  expect("212", "32");
+  made->setVatfree(true);
+  expect("180", "0");
+  made->setVatfree(false);
+  made->setAllowance(rebate("112"));
+  expect("100", "9.6");
+  first->setArticle(articleAt(0));
+  expect("100", "32");
+  context().deleteObject(first);
+  expect("-12", "-12");
+  // More lines than are read without copying the set.
+  made->setAllowance(nullptr);
+  for (int more = 0; more < 70; ++more) line(made, 1, 10, more % 2 == 0 ? 0 : 20);
+  expect("870", "90");
+}
+
+TEST_F(InvoiceTotalsTest, AreTheSameFromADocumentThatWasJustOpened) {
+  Invoice* made = invoiceOf("2*100@25 1*100@12 4*50@6", "25%");
+  made->lines().first()->setAllowance(rebate("20"));
+  made->setRounding(true);
+  ASSERT_TRUE(context().save());
+  open();
+  made = context().fetchFirst<Invoice>();
+  EXPECT_EQ(made->totalAmount(), dec("412"));
+  EXPECT_GT(context().releaseUnused(), 0U);
+  EXPECT_EQ(made->vatAmount(), dec("51.75"));
+  EXPECT_GT(context().releaseUnused(), 0U);
+  EXPECT_EQ(made->roundingAmount(), dec("0.25"));
 }
 
 TEST_F(InvoiceTotalsTest, TheRestOfARebateIsCutByTheArticlesRateNotTheLines) {

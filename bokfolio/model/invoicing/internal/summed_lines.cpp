@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bokfolio/model/invoicing/internal/line_sums.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 
@@ -9,10 +10,11 @@ namespace bokfolio::internal {
 
 std::vector<SummedLine> linesByFallingSum(const Invoice& invoice) {
   std::vector<SummedLine> lines;
-  const auto members = invoice.lines().members();
-  lines.reserve(members.size());
-  for (InvoiceLine* line : members)
-    lines.push_back({line, line->lineSumExclVat(), line->lineSum()});
+  LineSums sums(invoice.vatfree());
+  invoice.lines().forEachStored([&](InvoiceLine& line, const SlotView& values) {
+    SummedLine& summed = lines.emplace_back(SummedLine{&line, LineSums::exclVat(values), {}});
+    if (summed.exclVat) summed.sum = sums.withVat(values, *summed.exclVat);
+  });
   std::stable_sort(lines.begin(), lines.end(),
                    [](const SummedLine& a, const SummedLine& b) { return a.sum > b.sum; });
   return lines;
