@@ -34,6 +34,24 @@ Decimal sumWithoutVat(const Invoice& invoice) {
   return sum;
 }
 
+struct BothSums {
+  Decimal withVat;
+  Decimal exclVat;
+};
+
+// Those two in one walk.
+BothSums bothSums(const Invoice& invoice) {
+  BothSums both;
+  LineSums sums(invoice.vatfree());
+  invoice.lines().forEachStored([&](const InvoiceLine&, const SlotView& line) {
+    const auto exclVat = LineSums::exclVat(line);
+    if (!exclVat) return;
+    both.withVat += sums.withVat(line, *exclVat);
+    both.exclVat += *exclVat;
+  });
+  return both;
+}
+
 Decimal lessRebate(const Decimal& sum, const Allowance* rebate) {
   return rebate == nullptr ? sum : sum + rebate->amountOnDecimal(sum);
 }
@@ -90,7 +108,12 @@ Decimal Invoice::rebateAmount() const {
   return rebate == nullptr ? Decimal() : rebate->amountOnDecimal(sumWithVat(*this));
 }
 
-Decimal Invoice::vatAmount() const { return unroundedTotal(*this) - totalAmountExclVat(); }
+Decimal Invoice::vatAmount() const {
+  const Allowance* rebate = allowance();
+  if (rebate != nullptr && rebate->absolute()) return unroundedTotal(*this) - totalAmountExclVat();
+  const BothSums sums = bothSums(*this);
+  return lessRebate(sums.withVat, rebate) - lessRebate(sums.exclVat, rebate);
+}
 
 Decimal Invoice::totalAmountExclVat() const {
   const Decimal sum = sumWithoutVat(*this);
