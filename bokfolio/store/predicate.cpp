@@ -16,8 +16,8 @@ std::vector<predicate::NodePointer> rootsOf(const std::vector<Predicate>& parts)
   return roots;
 }
 
-predicate::Conditions inMemory(const predicate::Node& root) {
-  return predicate::Conditions({&root}, internal::KeyReading::ThroughAccessors);
+predicate::Conditions inMemory(const Predicate& condition) {
+  return {std::span(&condition, 1), internal::KeyReading::ThroughAccessors};
 }
 
 }  // namespace
@@ -37,10 +37,10 @@ Predicate Predicate::notPredicate(const Predicate& part) {
   return Predicate(predicate::makeNot(part.root_));
 }
 
-bool Predicate::evaluate(const Record& record) const { return inMemory(*root_).hold(record); }
+bool Predicate::evaluate(const Record& record) const { return inMemory(*this).hold(record); }
 
 std::vector<Record*> Predicate::filtered(const std::vector<Record*>& records) const {
-  predicate::Conditions conditions = inMemory(*root_);
+  predicate::Conditions conditions = inMemory(*this);
   std::vector<Record*> answer;
   for (Record* record : records)
     if (conditions.hold(*record)) answer.push_back(record);

@@ -42,6 +42,9 @@ BoundPath::BoundPath(const Entity& entity, const predicate::KeyPath& path, KeyRe
   resolve(entity, path.keys);
 }
 
+BoundPath::BoundPath(const Property& slot)
+    : form_(Form::Slot), reading_(KeyReading::Stored), last_(&slot) {}
+
 BoundPath::BoundPath(const Entity& entity, std::string_view path, KeyReading reading)
     : reading_(reading) {
   if (hasOperator(path)) {
@@ -54,9 +57,26 @@ BoundPath::BoundPath(const Entity& entity, std::string_view path, KeyReading rea
   resolve(entity, parsed.keys);
 }
 
-// Checks the keys as far as their entities are known, and finds out whether all of them are slots.
+// Conditions are bound anew for every question: a slot of the entity itself takes no memory.
 void BoundPath::resolve(const Entity& entity, const std::vector<std::string>& keys) {
   if (keys.empty()) return;
+  if (areSlots(entity, keys)) {
+    form_ = count_ ? Form::Count : Form::Slot;
+    return;
+  }
+  form_ = Form::Keys;
+  keys_ = keys;
+  const Entity* at = &entity;
+  for (std::size_t step = 0; step < keys.size() && at != nullptr; ++step) {
+    resolved_.push_back(&keyOf(*at, keys[step]));
+    const Property* link = step < links_.size() ? links_[step] : nullptr;
+    at = link == nullptr ? nullptr : &link->target();
+  }
+  links_.clear();
+}
+
+// Checks the keys as far as their entities are known, and finds out whether all of them are slots.
+bool BoundPath::areSlots(const Entity& entity, const std::vector<std::string>& keys) {
   const Entity* at = &entity;
   bool slots = true;
   for (std::size_t step = 0; step < keys.size() && at != nullptr; ++step) {
@@ -69,19 +89,11 @@ void BoundPath::resolve(const Entity& entity, const std::vector<std::string>& ke
                            entity.name() + " goes on behind " + key.name +
                            (key.property->isToMany() ? ", a set" : ", which is no relationship"));
     slots = slots && readsSlot(key, reading_) && (counted || !key.property->isToMany());
-    resolved_.push_back(&key);
+    if (!last) links_.push_back(key.property);
+    last_ = key.property;
     at = !last && key.property != nullptr ? &key.property->target() : nullptr;
   }
-  if (slots) {
-    form_ = count_ ? Form::Count : Form::Slot;
-    for (const Key* key : resolved_) links_.push_back(key->property);
-    last_ = links_.back();
-    links_.pop_back();
-    resolved_.clear();
-  } else {
-    form_ = Form::Keys;
-    keys_ = keys;
-  }
+  return slots;
 }
 
 Value BoundPath::read(StoreParts& store, const Record& record) const {

@@ -24,6 +24,8 @@ class BoundPath {
   // Throws UndefinedKeyError for a key that the entities on the way lack, PredicateError for a path
   // that goes on behind a value or a set.
   BoundPath(const Entity& entity, const predicate::KeyPath& path, KeyReading reading);
+  // A slot of the entity itself, as it is stored.
+  explicit BoundPath(const Property& slot);
   // A key path as text; set operators are allowed in it.
   BoundPath(const Entity& entity, std::string_view path, KeyReading reading);
 
@@ -53,6 +55,7 @@ class BoundPath {
   enum class Form : std::uint8_t { Self, Slot, Count, Keys, Operators };
 
   void resolve(const Entity& entity, const std::vector<std::string>& keys);
+  bool areSlots(const Entity& entity, const std::vector<std::string>& keys);
   Value readKeys(StoreParts& store, const Record& record) const;
   Value readKey(StoreParts& store, const Record& record, std::size_t step) const;
 

@@ -24,17 +24,11 @@ internal::KeyReading readingOf(const Query& query) {
                                 : internal::KeyReading::Stored;
 }
 
-Conditions conditionsOf(const Query& query) {
-  std::vector<const predicate::Node*> nodes;
-  nodes.reserve(query.conditions.size());
-  for (const Predicate& condition : query.conditions) nodes.push_back(condition.root().get());
-  return {std::move(nodes), readingOf(query)};
-}
-
 // One run of one query.
 class QueryRun {
  public:
-  explicit QueryRun(const Query& query) : query_(query), conditions_(conditionsOf(query)) {
+  explicit QueryRun(const Query& query)
+      : query_(query), conditions_(query.conditions, readingOf(query)) {
     if (query.among) return;
     bound_ = &conditions_.boundTo(*query.entity);
     if (query.owner == nullptr) return;

@@ -50,9 +50,7 @@ BoundComparison::BoundComparison(const Node& node, const Entity& entity,
 }
 
 BoundComparison::BoundComparison(const Property& toOne, const Record& owner)
-    : test_(Test::Reference), comparison_(Comparison::Equal), constant_(&owner) {
-  left_.emplace(toOne.entity(), KeyPath{{toOne.name()}, false}, internal::KeyReading::Stored);
-}
+    : test_(Test::Reference), comparison_(Comparison::Equal), left_(toOne), constant_(&owner) {}
 
 void BoundComparison::takeOperands(const Node& node, const Entity& entity,
                                    internal::KeyReading reading) {
@@ -112,8 +110,7 @@ const internal::BoundPath* BoundComparison::slotPath() const {
 
 BoundCondition::BoundCondition(const Node& node, const Entity& entity, internal::KeyReading reading)
     : kind_(node.kind) {
-  if (kind_ == Node::Kind::Compare)
-    comparison_ = std::make_unique<const BoundComparison>(node, entity, reading);
+  if (kind_ == Node::Kind::Compare) comparison_.emplace(node, entity, reading);
   parts_.reserve(node.parts.size());
   for (const NodePointer& part : node.parts) parts_.emplace_back(*part, entity, reading);
 }
@@ -125,22 +122,25 @@ bool BoundCondition::isPure() const {
 }
 
 void BoundCondition::collectConjuncts(std::vector<const BoundComparison*>& conjuncts) const {
-  if (comparison_) conjuncts.push_back(comparison_.get());
+  if (comparison_) conjuncts.push_back(&*comparison_);
   if (kind_ != Node::Kind::And) return;
   for (const BoundCondition& part : parts_) part.collectConjuncts(conjuncts);
 }
 
-const std::vector<BoundCondition>& Conditions::boundTo(const Entity& entity) {
-  const auto found = std::find_if(bindings_.begin(), bindings_.end(),
+void Conditions::bind(const Entity& entity) {
+  const auto known = std::find_if(others_.begin(), others_.end(),
                                   [&](const Binding& each) { return each.first == &entity; });
-  if (found == bindings_.end()) {
-    auto bound = std::make_unique<std::vector<BoundCondition>>();
-    for (const Node* node : nodes_) bound->emplace_back(*node, entity, reading_);
-    bindings_.emplace_back(&entity, std::move(bound));
-  } else if (found + 1 != bindings_.end()) {
-    std::swap(*found, bindings_.back());
+  if (known != others_.end()) {
+    std::swap(known->first, entity_);
+    std::swap(known->second, bound_);
+    return;
   }
-  return *bindings_.back().second;
+  std::vector<BoundCondition> bound;
+  bound.reserve(predicates_.size());
+  for (const Predicate& each : predicates_) bound.emplace_back(*each.root(), entity, reading_);
+  if (entity_ != nullptr) others_.emplace_back(entity_, std::move(bound_));
+  bound_ = std::move(bound);
+  entity_ = &entity;
 }
 
 }  // namespace bokfolio::predicate

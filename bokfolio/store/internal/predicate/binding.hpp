@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -64,26 +65,33 @@ class BoundCondition {
 
  private:
   Node::Kind kind_;
-  std::unique_ptr<const BoundComparison> comparison_;
+  std::optional<BoundComparison> comparison_;
   std::vector<BoundCondition> parts_;
 };
 
-// Conditions that must all hold, for records of any entity.
+// Conditions that must all hold, for records of any entity. The predicates must outlive it.
 class Conditions {
  public:
-  Conditions(std::vector<const Node*> nodes, internal::KeyReading reading)
-      : nodes_(std::move(nodes)), reading_(reading) {}
+  Conditions(std::span<const Predicate> predicates, internal::KeyReading reading)
+      : predicates_(predicates), reading_(reading) {}
 
   bool hold(const Record& record);
   bool hold(StoreParts& store, const Record& record);
-  const std::vector<BoundCondition>& boundTo(const Entity& entity);
+  const std::vector<BoundCondition>& boundTo(const Entity& entity) {
+    if (entity_ != &entity) bind(entity);
+    return bound_;
+  }
 
  private:
-  using Binding = std::pair<const Entity*, std::unique_ptr<const std::vector<BoundCondition>>>;
+  using Binding = std::pair<const Entity*, std::vector<BoundCondition>>;
 
-  std::vector<const Node*> nodes_;
+  void bind(const Entity& entity);
+
+  std::span<const Predicate> predicates_;
   internal::KeyReading reading_;
-  std::vector<Binding> bindings_;  // the one asked last at the end
+  const Entity* entity_ = nullptr;  // the one asked last
+  std::vector<BoundCondition> bound_;
+  std::vector<Binding> others_;
 };
 
 }  // namespace bokfolio::predicate
