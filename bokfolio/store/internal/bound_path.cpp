@@ -47,6 +47,12 @@ BoundPath::BoundPath(const Property& slot)
 
 BoundPath::BoundPath(const Entity& entity, std::string_view path, KeyReading reading)
     : reading_(reading) {
+  const Key* key = predicate::isIdentifier(path) ? entity.key(path) : nullptr;
+  if (key != nullptr && readsSlot(*key, reading) && !key->property->isToMany()) {
+    form_ = Form::Slot;
+    last_ = key->property;
+    return;
+  }
   if (hasOperator(path)) {
     form_ = Form::Operators;
     keys_.emplace_back(path);

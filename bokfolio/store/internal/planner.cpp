@@ -91,20 +91,22 @@ Planner::Planner(StoreParts& store, const Entity& entity, const Conjuncts& conju
     const BoundPath* path = conjunct->slotPath();
     if (path == nullptr) continue;
     auto group = std::find_if(groups_.begin(), groups_.end(),
-                              [&](const Group& each) { return each.links == path->links(); });
+                              [&](const Group& each) { return *each.links == path->links(); });
     if (group == groups_.end())
-      group = groups_.insert(groups_.end(), {path->links(), &path->last().entity(), {}});
+      group = groups_.insert(groups_.end(), {&path->links(), &path->last().entity(), {}});
     group->conjuncts.push_back(conjunct);
   }
 }
 
-Source Planner::cheapest() {
+const Source& Planner::cheapest() {
   best_.estimate = store_.roughCount(entity_) * (store_.of(entity_).byLookup() ? kWholeEntity : 1);
   for (const Group& group : groups_)
     for (const BoundComparison* conjunct : group.conjuncts) considerPartners(group, *conjunct);
   for (const Group& group : groups_) {
-    if (best_.estimate <= kFewEnough) break;
-    for (const IndexLayout& layout : group.entity->indexes()) considerIndex(group, layout);
+    for (const IndexLayout& layout : group.entity->indexes()) {
+      if (best_.estimate <= kFewEnough) return best_;
+      considerIndex(group, layout);
+    }
   }
   return best_;
 }
@@ -146,6 +148,7 @@ void Planner::considerIndex(const Group& group, const IndexLayout& layout) {
     if (!source.saved) return;
     source.estimate = savedEstimate(*source.saved, layout);
     if (source.estimate >= best_.estimate) return;
+    if (source.estimate == 0) source.saved.reset();
   } else {
     source.estimate = 0;
   }
@@ -158,6 +161,7 @@ void Planner::considerIndex(const Group& group, const IndexLayout& layout) {
 std::optional<SavedQuestion> Planner::questionOf(const Group& group, const IndexLayout& layout) {
   SavedQuestion question;
   question.entity = group.entity;
+  question.conditions.reserve(layout.properties.size());
   for (const Property* property : layout.properties) {
     if (!isLookedUp(*property)) return std::nullopt;
     for (const BoundComparison* conjunct : group.conjuncts) {
@@ -209,9 +213,9 @@ double Planner::membersEstimate(const Record& owner, const Property& toMany) {
 
 void Planner::consider(const Group& group, Source source) {
   if (source.estimate >= best_.estimate) return;
-  if (!group.links.empty()) source.estimate *= spread(group.links);
+  if (!group.links->empty()) source.estimate *= spread(*group.links);
   if (source.estimate >= best_.estimate) return;
-  source.links = group.links;
+  source.links = *group.links;
   best_ = std::move(source);
 }
 
@@ -219,7 +223,7 @@ std::optional<CodeRange> Planner::rangeOf(const Group& group, const Property& pr
   std::optional<CodeRange> all;
   for (const BoundComparison* conjunct : group.conjuncts) {
     if (&conjunct->slotPath()->last() != &property) continue;
-    const auto range = internal::rangeOf(*conjunct, property, !group.links.empty());
+    const auto range = internal::rangeOf(*conjunct, property, !group.links->empty());
     if (!range) continue;
     if (!all) all.emplace();
     all->low = std::max(all->low, range->low);
@@ -228,7 +232,7 @@ std::optional<CodeRange> Planner::rangeOf(const Group& group, const Property& pr
   return all;
 }
 
-double Planner::spread(const std::vector<const Property*>& links) {
+double Planner::spread(const Links& links) {
   double factor = 1;
   for (const Property* link : links) {
     if (!link->inverse().isToMany()) continue;
@@ -240,9 +244,10 @@ double Planner::spread(const std::vector<const Property*>& links) {
 }
 
 std::optional<OrderedSource> Planner::ordered(const Property& key, bool ascending) {
-  const Group nothing{{}, &entity_, {}};
+  const Links none;
+  const Group nothing{&none, &entity_, {}};
   const auto own = std::find_if(groups_.begin(), groups_.end(),
-                                [](const Group& each) { return each.links.empty(); });
+                                [](const Group& each) { return each.links->empty(); });
   const Group& group = own == groups_.end() ? nothing : *own;
   std::optional<OrderedSource> best;
   std::size_t fewest = std::numeric_limits<std::size_t>::max();

@@ -47,15 +47,16 @@ class Planner {
   Planner(StoreParts& store, const Entity& entity,
           const std::vector<const predicate::BoundComparison*>& conjuncts);
 
-  Source cheapest();
+  const Source& cheapest();
   // For an order by one stored key first; nullopt when no index runs that way.
   std::optional<OrderedSource> ordered(const Property& key, bool ascending);
 
  private:
   using Conjuncts = std::vector<const predicate::BoundComparison*>;
-  // Conjuncts on keys of the entity at the end of the same links.
+  using Links = std::vector<const Property*>;
+  // Conjuncts on keys of the entity at the end of the same links, which are a conjunct's own.
   struct Group {
-    std::vector<const Property*> links;
+    const Links* links;
     const Entity* entity;
     Conjuncts conjuncts;
   };
@@ -71,7 +72,7 @@ class Planner {
   double savedEstimate(const SavedQuestion& question, const IndexLayout& layout);
   double membersEstimate(const Record& owner, const Property& toMany);
   // How many records of the query's entity there are for each at the end of the links.
-  double spread(const std::vector<const Property*>& links);
+  double spread(const Links& links);
 
   StoreParts& store_;
   const Entity& entity_;

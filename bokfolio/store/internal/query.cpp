@@ -18,10 +18,83 @@ using predicate::BoundCondition;
 using predicate::Conditions;
 
 constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
+// So few records in memory are looked at faster than a plan is made.
+constexpr std::size_t kFewEnough = 16;
 
 internal::KeyReading readingOf(const Query& query) {
   return query.throughAccessors ? internal::KeyReading::ThroughAccessors
                                 : internal::KeyReading::Stored;
+}
+
+// All members of a relationship, in whatever order.
+bool isWholeSet(const Query& query) { return query.owner != nullptr && query.conditions.empty(); }
+
+std::vector<Record*> membersOf(const Query& query, std::size_t limit) {
+  StoreParts& store = *query.store;
+  std::vector<Record*> all;
+  if (limit == 0) return all;
+  if (limit == 1) {
+    if (Record* first = store.firstMember(*query.owner, *query.relationship)) all.push_back(first);
+    return all;
+  }
+  const auto& set = store.members(*query.owner, *query.relationship);
+  all.reserve(set.size());
+  set.forEach([&](Record* record) { all.push_back(record); });
+  if (limit < all.size()) all.resize(limit);
+  return all;
+}
+
+// `key == constant`, asked of a whole entity; nullptr for every other question.
+const predicate::Node* soleEquality(const Query& query) {
+  if (query.conditions.size() != 1 || query.owner != nullptr || query.among ||
+      !query.order.empty() || query.strategy == Query::Strategy::ScanOnly)
+    return nullptr;
+  const predicate::Node& root = *query.conditions.front().root();
+  const auto* path = std::get_if<predicate::KeyPath>(&root.left);
+  const bool isOne = root.kind == predicate::Node::Kind::Compare &&
+                     root.comparison == predicate::Comparison::Equal && path != nullptr &&
+                     path->keys.size() == 1 && !path->count &&
+                     std::holds_alternative<Value>(root.right);
+  return isOne ? &root : nullptr;
+}
+
+const IndexLayout* indexOver(const Property& property) {
+  for (const std::uint16_t ordinal : property.indexes()) {
+    const IndexLayout& layout = property.entity().indexes()[ordinal];
+    if (layout.properties.size() == 1) return &layout;
+  }
+  return nullptr;
+}
+
+// The commonest question of all, an account or an article by its number or name, answered from the
+// index of that key without a plan. nullopt: this is another question, or one that the codes of
+// the index do not decide.
+std::optional<std::vector<Record*>> lookUp(const Query& query) {
+  const predicate::Node* equality = soleEquality(query);
+  if (equality == nullptr || query.store->of(*query.entity).byLookup()) return std::nullopt;
+  const Property* property =
+      query.entity->property(std::get<predicate::KeyPath>(equality->left).keys.front());
+  if (property == nullptr || (query.throughAccessors && property->key().hasAccessor()))
+    return std::nullopt;
+  const Value& wanted = std::get<Value>(equality->right);
+  const std::string* text = property->kind() == PropertyKind::String ? wanted.string() : nullptr;
+  const bool isWhole = property->kind() == PropertyKind::Integer && wanted.integer() != nullptr;
+  const IndexLayout* layout = text != nullptr || isWhole ? indexOver(*property) : nullptr;
+  if (layout == nullptr) return std::nullopt;
+  const auto code = internal::codeOf(*property, wanted);
+  // The two lowest integers share a code.
+  if (!code || (isWhole && *code == internal::kLowestCode)) return std::nullopt;
+
+  const internal::Index& index = query.store->index(*query.entity, layout->ordinal);
+  const internal::Index::Span span = index.find({*code, *code});
+  const std::size_t limit = query.limit.value_or(kUnlimited);
+  std::vector<Record*> found;
+  for (auto at = span.from; at != span.to && found.size() < limit; at = index.entries().next(at)) {
+    Record* record = index.entries()[at].record;
+    if (isWhole || query.store->slots(*record).text(property->ordinal()) == *text)
+      found.push_back(record);
+  }
+  return found;
 }
 
 // One run of one query.
@@ -89,8 +162,14 @@ class QueryRun {
   Candidates findCandidates() const {
     if (query_.among) return {*query_.among};
     if (query_.strategy == Query::Strategy::ScanOnly) return {query_.store->all(*query_.entity)};
+    if (isFewInMemory()) return {query_.store->all(*query_.entity)};
     const internal::Source source = planner().cheapest();
     return {collect(*query_.store, *query_.entity, source), isPure() && isOwnersSet(source)};
+  }
+
+  bool isFewInMemory() const {
+    return query_.owner == nullptr && !query_.store->of(*query_.entity).byLookup() &&
+           query_.store->count(*query_.entity) <= kFewEnough;
   }
 
   bool isOwnersSet(const internal::Source& source) const {
@@ -105,7 +184,7 @@ class QueryRun {
   }
 
   std::vector<Record*> matches(std::size_t limit) {
-    if (query_.owner != nullptr && query_.conditions.empty()) return members(limit);
+    if (isWholeSet(query_)) return membersOf(query_, limit);
     Candidates candidates = findCandidates();
     std::vector<Record*> found;
     internal::forEachRecord(candidates.records, [&](Record* record) {
@@ -113,19 +192,6 @@ class QueryRun {
       return found.size() < limit;
     });
     return found;
-  }
-
-  std::vector<Record*> members(std::size_t limit) const {
-    if (limit == 1) {
-      Record* first = query_.store->firstMember(*query_.owner, *query_.relationship);
-      return first == nullptr ? std::vector<Record*>() : std::vector{first};
-    }
-    const auto& set = query_.store->members(*query_.owner, *query_.relationship);
-    std::vector<Record*> all;
-    all.reserve(set.size());
-    set.forEach([&](Record* record) { all.push_back(record); });
-    if (limit < all.size()) all.resize(limit);
-    return all;
   }
 
   std::vector<Record*> inOrder(std::vector<Record*> found) const {
@@ -160,13 +226,18 @@ std::optional<std::vector<Record*>> QueryRun::walkInOrder() {
       [this](const Record& record) { return accepts(record); },
       [&plan] { return plan.cheapest().estimate; });
   auto found = walk.matches();
-  if (!found) return {};
+  if (!found || (found->size() < 2 && query_.order.size() == 1)) return found;
   return inOrder(std::move(*found));
 }
 
 }  // namespace
 
-std::vector<Record*> run(const Query& query) { return QueryRun(query).records(); }
+std::vector<Record*> run(const Query& query) {
+  if (query.order.empty() && isWholeSet(query))
+    return membersOf(query, query.limit.value_or(kUnlimited));
+  if (auto found = lookUp(query)) return std::move(*found);
+  return QueryRun(query).records();
+}
 
 std::size_t countOf(const Query& query) { return QueryRun(query).count(); }
 
