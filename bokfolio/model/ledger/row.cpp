@@ -1,6 +1,8 @@
 #include "bokfolio/model/ledger/row.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "bokfolio/model/ledger/account.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
@@ -93,10 +95,20 @@ void Row::setEntry(Entry* entry) {
 }
 
 void Row::renumberRowsOf(Entry& entry) {
+  struct Numbered {
+    std::optional<std::int64_t> number;  // nil comes first
+    Row* row;
+  };
+  const auto comesBefore = [](const Numbered& a, const Numbered& b) { return a.number < b.number; };
+  std::vector<Numbered> rows;
+  for (Row* row : entry.rows().members()) rows.push_back({row->number(), row});
+  // Nearly always the new row is the last one, as it was made last.
+  if (!std::is_sorted(rows.begin(), rows.end(), comesBefore))
+    std::stable_sort(rows.begin(), rows.end(), comesBefore);
   std::int64_t place = 0;
-  for (Row* row : entry.rows().membersBy({SortDescriptor("number")})) {
+  for (const Numbered& each : rows) {
     ++place;
-    if (row->get(Slots::number) != place) row->setNumber(place);
+    if (each.row->get(Slots::number) != place) each.row->setNumber(place);
   }
 }
 
