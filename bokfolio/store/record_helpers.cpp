@@ -59,6 +59,18 @@ void storeRelated(Record& record, const Value& related, std::string_view key) {
   record.didChangeValueForKey(key);
 }
 
+bool validateStored(Record& record, const Property& property, Value& proposed, ErrorOut error) {
+  if (property.validator() != nullptr && !property.validator()(record, proposed, error))
+    return false;
+  if (!property.required() || !proposed.isNil()) return true;
+  if (error != nullptr) {
+    *error = Error(kStoreErrorDomain, kMissingMandatoryProperty,
+                   record.environment().text("A required value is missing: %@", {property.name()}));
+    (*error)->with(kValidationKeyErrorKey, property.name());
+  }
+  return false;
+}
+
 }  // namespace
 
 void Record::setObject(const Value& value, std::string_view key) {
@@ -124,15 +136,7 @@ bool Record::validateValue(Value& proposed, std::string_view name, ErrorOut erro
     if (entity_->key(name) != nullptr) return true;
     throw UndefinedKeyError(entityName() + " has no key named \"" + std::string(name) + "\"");
   }
-  if (property->validator() != nullptr && !property->validator()(*this, proposed, error))
-    return false;
-  if (!property->required() || !proposed.isNil()) return true;
-  if (error != nullptr) {
-    *error = Error(kStoreErrorDomain, kMissingMandatoryProperty,
-                   environment().text("A required value is missing: %@", {property->name()}));
-    (*error)->with(kValidationKeyErrorKey, property->name());
-  }
-  return false;
+  return validateStored(*this, *property, proposed, error);
 }
 
 bool Record::setValidated(std::string_view key, Value value, ErrorOut error) {
@@ -148,10 +152,11 @@ bool Record::validateForUpdate(ErrorOut error) {
   bool valid = true;
   for (const Property& property : entity_->properties()) {
     if (property.validator() == nullptr && !property.required()) continue;
-    const Value stored = primitiveValueForKey(property.name());
+    const Value stored = property.isToMany() ? Value(RecordSet(*this, property))
+                                             : internal::readValue(property, store.slots(*this));
     Value proposed = stored;
     std::optional<Error> failure;
-    if (!validateValue(proposed, property.name(), error != nullptr ? &failure : nullptr)) {
+    if (!validateStored(*this, property, proposed, error != nullptr ? &failure : nullptr)) {
       valid = false;
       if (failure) failures.push_back(std::move(*failure));
     } else if (!property.isToMany() && !(proposed == stored)) {
