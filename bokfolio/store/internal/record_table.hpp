@@ -3,6 +3,7 @@
 // as shells until the context ends, so that no pointer dangles.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory>
@@ -31,16 +32,19 @@ class RecordTable {
     if (!pages_[page]) pages_[page] = std::make_unique<Page>();
     auto& place = (*pages_[page])[id % kPageSize];
     place = std::move(record);
+    end_ = std::max(end_, id + 1);
     return place.get();
   }
 
   // Every record in memory, shells and deleted ones included, in ascending id.
   template <class Visit>
   void forEach(Visit visit) const {
-    for (const auto& page : pages_) {
-      if (!page) continue;
-      for (const auto& record : *page)
-        if (record) visit(record.get());
+    for (std::size_t at = 0; at < pages_.size(); ++at) {
+      if (!pages_[at]) continue;
+      const Page& page = *pages_[at];
+      const std::size_t count = std::min<std::size_t>(kPageSize, end_ - at * kPageSize);
+      for (std::size_t place = 0; place < count; ++place)
+        if (page[place]) visit(page[place].get());
     }
   }
 
@@ -49,6 +53,7 @@ class RecordTable {
   using Page = std::array<std::unique_ptr<Record>, kPageSize>;
 
   std::vector<std::unique_ptr<Page>> pages_;
+  RecordId end_ = 0;  // no record has this id or a higher one
 };
 
 }  // namespace bokfolio::internal
