@@ -119,7 +119,9 @@ void makeDocument(std::string_view input) {
   if (input.size() < kPatch) return;
   std::string bytes = fuzz::readBytes(path());
   for (; input.size() >= kPatch && !bytes.empty(); input.remove_prefix(kPatch)) {
-    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(input[at]); };
+    const auto byte = [&](std::size_t at) -> std::uint32_t {
+      return static_cast<unsigned char>(input[at]);
+    };
     const std::uint32_t offset = byte(0) << 16U | byte(1) << 8U | byte(2);
     if (offset == kCut) {
       bytes.resize(bytes.size() * byte(3) / 256);
