@@ -104,7 +104,7 @@ class BOKFOLIO_EXPORT Context {
   // zero where there is nothing to add. Throws StoreError for an entity that keeps none and for a
   // question about neither owner nor mark, or about a mark alone with a date; DecimalError for a
   // sum that is no Decimal; LoadError when the engine reports an error. Cost: the same in any
-  // document, but the first question reads all records of the entity.
+  // document; the first question about a period or an owner reads their lines, not the records.
   Decimal keptSum(std::string_view entityName, const KeptSumQuestion& question);
 
   // --- Changes

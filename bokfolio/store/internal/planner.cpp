@@ -11,8 +11,6 @@ namespace {
 using predicate::BoundComparison;
 using predicate::Comparison;
 
-// So few candidates that looking for a better source costs more than asking them all.
-constexpr double kFewEnough = 16;
 // The engine counts no further than this; above it the estimate is a guess.
 constexpr std::size_t kCounted = 256;
 // How much dearer it is to bring all of an entity into memory than to look a part of it up.
@@ -104,7 +102,7 @@ const Source& Planner::cheapest() {
     for (const BoundComparison* conjunct : group.conjuncts) considerPartners(group, *conjunct);
   for (const Group& group : groups_) {
     for (const IndexLayout& layout : group.entity->indexes()) {
-      if (best_.estimate <= kFewEnough) return best_;
+      if (best_.estimate <= static_cast<double>(kFewEnough)) return best_;
       considerIndex(group, layout);
     }
   }

@@ -18,6 +18,9 @@
 
 namespace bokfolio::internal {
 
+// So few candidates that looking for a better source costs more than asking them all.
+inline constexpr std::size_t kFewEnough = 16;
+
 // The far set of a record, a stretch of an index or one record, from which the candidates are
 // reached against the direction of some to-one links. Without any of them: every record of the
 // entity.

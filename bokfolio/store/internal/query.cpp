@@ -18,8 +18,6 @@ using predicate::BoundCondition;
 using predicate::Conditions;
 
 constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
-// So few records in memory are looked at faster than a plan is made.
-constexpr std::size_t kFewEnough = 16;
 
 internal::KeyReading readingOf(const Query& query) {
   return query.throughAccessors ? internal::KeyReading::ThroughAccessors
@@ -169,7 +167,7 @@ class QueryRun {
 
   bool isFewInMemory() const {
     return query_.owner == nullptr && !query_.store->of(*query_.entity).byLookup() &&
-           query_.store->count(*query_.entity) <= kFewEnough;
+           query_.store->count(*query_.entity) <= internal::kFewEnough;
   }
 
   bool isOwnersSet(const internal::Source& source) const {
