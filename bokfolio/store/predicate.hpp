@@ -11,9 +11,9 @@
 // Words are read in any case; '#' before a key that is also a word says that the key is meant.
 // Quotes are ' or " and \ makes the next character stand for itself, but for \n \t \r.
 //
-// In the text right of LIKE, '*' stands for any run of characters, '?' for one, and \ makes the
-// next stand for itself (in a quoted text it is written twice). [c] means in any case, as Unicode
-// folds it. Only texts are like a text.
+// In the text right of LIKE, '*' stands for any run of characters, '?' for one, \ makes the next
+// stand for itself (in quotes written twice). [c] means in any case, as Unicode folds. Only texts
+// are like a text, and none like '?' among more than a thousand characters between two '*'.
 //
 // nil equals only nil; <, <=, >, >= with nil are false; a path reads as nil where a relationship on
 // it is nil; AND, OR and NOT know only true and false. A format text is parsed once and kept;
@@ -53,7 +53,7 @@ class BOKFOLIO_EXPORT Predicate {
   // The records that satisfy it, in their order.
   std::vector<Record*> filtered(const std::vector<Record*>& records) const;
 
-  // A text that parses to the same condition; records stand as `Entity:id`.
+  // Parses to the same condition, unless longer than is parsed; records stand as `Entity:id`.
   std::string description() const;
 
   // For the store itself: the condition as a tree.

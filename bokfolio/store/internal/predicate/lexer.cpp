@@ -117,10 +117,17 @@ void Lexer::skipBlanks() {
   at_ = std::min(text_.find_first_not_of(kBlanks, at_), text_.size());
 }
 
+void Lexer::count(std::size_t offset, std::size_t size) {
+  size_ += size;
+  if (size_ > kMaximumSize)
+    fail(offset, "a condition of more than 65536 words, signs, and characters of texts and keys");
+}
+
 Token Lexer::next() {
   skipBlanks();
   Token token;
   token.offset = at_;
+  if (at_ < text_.size()) count(at_, 1);
   if (at_ < text_.size() && !sign(token)) {
     const char first = peek();
     if (startsIdentifier(first)) {
@@ -189,6 +196,7 @@ void Lexer::path(Token& token, bool reservedAllowed) {
   while (at_ < text_.size() &&
          (continuesIdentifier(text_[at_]) || text_[at_] == '.' || text_[at_] == '@'))
     ++at_;
+  count(from, at_ - from);
   try {
     token.path = parseKeyPath(text_.substr(from, at_ - from));
   } catch (const PredicateError&) {
@@ -234,6 +242,7 @@ void Lexer::quoted(Token& token) {
   }
   if (at_ == text_.size()) fail(from, "a quoted text without its end");
   ++at_;
+  count(from, content.size());
   token.value = Value(std::move(content));
 }
 

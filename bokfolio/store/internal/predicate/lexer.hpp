@@ -12,6 +12,14 @@
 
 namespace bokfolio::predicate {
 
+// Bounds on a condition as text, refused beyond. Its size counts one for each token and one for
+// each byte of a quoted text's content and of a key path. Printing what was parsed never makes it
+// larger, though it may well make it longer (blanks, digits instead of an exponent, line ends as
+// \n): what is printed is read again. A token prints in some hundred bytes at most, so that the
+// second bound leaves room for that.
+inline constexpr std::size_t kMaximumSize = std::size_t{64} << 10;
+inline constexpr std::size_t kMaximumBytes = std::size_t{16} << 20;
+
 enum class TokenKind : std::uint8_t {
   End,
   Path,     // path
@@ -41,7 +49,8 @@ class Lexer {
   // The text must outlive the lexer.
   explicit Lexer(std::string_view text) : text_(text) {}
 
-  // End again and again at the end. Throws PredicateError for what begins no token.
+  // End again and again at the end. Throws PredicateError for what begins no token, and for a token
+  // beyond the maximum size.
   Token next();
 
   // Throws a PredicateError that says what is wrong, at which column, of which text.
@@ -53,6 +62,7 @@ class Lexer {
   }
   bool takes(std::string_view sign);
   void skipBlanks();
+  void count(std::size_t offset, std::size_t size);
   bool sign(Token& token);
   void word(Token& token);
   void path(Token& token, bool reservedAllowed);
@@ -64,6 +74,7 @@ class Lexer {
 
   std::string_view text_;
   std::size_t at_ = 0;
+  std::size_t size_ = 0;
 };
 
 // `what, column N of "text"`; a long text is cut.

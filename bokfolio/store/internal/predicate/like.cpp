@@ -3,14 +3,11 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <string>
 
 namespace bokfolio::predicate {
 
 namespace {
-
-// Beyond Unicode, so that no character can be taken for them.
-constexpr char32_t kAnyRun = 0x110000;
-constexpr char32_t kAnyOne = 0x110001;
 
 bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(),
@@ -19,87 +16,84 @@ bool isAscii(std::string_view text) {
 
 char32_t lower(char32_t c) { return c >= U'A' && c <= U'Z' ? c + (U'a' - U'A') : c; }
 
-icu::UnicodeString read(std::string_view text, bool fold) {
+std::u32string read(std::string_view text, bool fold) {
   auto wide = icu::UnicodeString::fromUTF8(
       icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
   if (fold) wide.foldCase();
-  return wide;
+  std::u32string units;
+  units.reserve(static_cast<std::size_t>(wide.length()));
+  for (std::int32_t at = 0; at < wide.length(); at = wide.moveIndex32(at, 1)) {
+    units.push_back(static_cast<char32_t>(wide.char32At(at)));
+  }
+  return units;
 }
 
-// Characters of a text by position, one after the other.
 struct AsciiText {
   std::string_view text;
   bool fold;
 
   std::size_t size() const { return text.size(); }
-  char32_t take(std::size_t& at) const {
-    const auto c = static_cast<char32_t>(static_cast<unsigned char>(text[at++]));
+  char32_t at(std::size_t place) const {
+    const auto c = static_cast<char32_t>(static_cast<unsigned char>(text[place]));
     return fold ? lower(c) : c;
   }
 };
 
 struct WideText {
-  const icu::UnicodeString& text;
+  std::u32string_view text;
 
-  std::size_t size() const { return static_cast<std::size_t>(text.length()); }
-  char32_t take(std::size_t& at) const {
-    const auto c = static_cast<char32_t>(text.char32At(static_cast<std::int32_t>(at)));
-    at += c > 0xFFFF ? 2 : 1;
-    return c;
-  }
+  std::size_t size() const { return text.size(); }
+  char32_t at(std::size_t place) const { return text[place]; }
 };
 
-// Only the last run needs another try: a match that an earlier one could give, the last one gives.
-template <class Text>
-bool glob(const std::u32string& pattern, const Text& text) {
-  std::size_t at = 0;
-  std::size_t unit = 0;
-  std::size_t retryAt = 0;
-  std::size_t retryUnit = std::u32string::npos;
-  while (at < text.size()) {
-    if (unit < pattern.size() && pattern[unit] == kAnyRun) {
-      retryUnit = ++unit;
-      retryAt = at;
-      continue;
-    }
-    std::size_t next = at;
-    const char32_t c = text.take(next);
-    if (unit < pattern.size() && (pattern[unit] == kAnyOne || pattern[unit] == c)) {
-      ++unit;
-      at = next;
-    } else if (retryUnit != std::u32string::npos) {
-      text.take(retryAt);
-      at = retryAt;
-      unit = retryUnit;
-    } else {
-      return false;
-    }
+std::vector<std::size_t> bordersOf(const std::u32string& units) {
+  std::vector<std::size_t> borders(units.size());
+  for (std::size_t at = 1, matched = 0; at < units.size(); ++at) {
+    while (matched > 0 && units[at] != units[matched]) matched = borders[matched - 1];
+    if (units[at] == units[matched]) ++matched;
+    borders[at] = matched;
   }
-  return pattern.find_first_not_of(kAnyRun, unit) == std::u32string::npos;
+  return borders;
 }
 
 }  // namespace
 
 LikePattern::LikePattern(std::string_view pattern, bool anyCase) : anyCase_(anyCase) {
-  const icu::UnicodeString wide = read(pattern, anyCase);
-  const WideText text{wide};
-  for (std::size_t at = 0; at < text.size();) {
-    char32_t unit = text.take(at);
-    if (unit == U'\\' && at < text.size()) {
-      unit = text.take(at);
-    } else if (unit == U'*') {
-      unit = kAnyRun;
+  readRuns(read(pattern, anyCase));
+  for (std::size_t at = 0; at < runs_.size(); ++at) {
+    LikeRun& run = runs_[at];
+    const auto any = std::count(run.units.begin(), run.units.end(), kAnyOne);
+    if (any == 0) {
+      run.borders = bordersOf(run.units);
+    } else if (at > 0 && at + 1 < runs_.size() && run.units.size() > kMaximumMixedRun &&
+               static_cast<std::size_t>(any) < run.units.size()) {
+      isTooLong_ = true;
+    }
+  }
+}
+
+void LikePattern::readRuns(std::u32string_view pattern) {
+  runs_.emplace_back();
+  for (std::size_t at = 0; at < pattern.size(); ++at) {
+    char32_t unit = pattern[at];
+    if (unit == U'*') {
+      // Several '*' are one: no run between the first and the last is empty.
+      if (runs_.size() == 1 || !runs_.back().units.empty()) runs_.emplace_back();
+      continue;
+    }
+    if (unit == U'\\' && at + 1 < pattern.size()) {
+      unit = pattern[++at];
     } else if (unit == U'?') {
       unit = kAnyOne;
     }
-    units_.push_back(unit);
+    runs_.back().units.push_back(unit);
   }
 }
 
 bool LikePattern::matches(std::string_view text) const {
-  if (isAscii(text)) return glob(units_, AsciiText{text, anyCase_});
-  const icu::UnicodeString wide = read(text, anyCase_);
-  return glob(units_, WideText{wide});
+  if (isTooLong_) return false;
+  if (isAscii(text)) return matchesRuns(runs_, AsciiText{text, anyCase_});
+  return matchesRuns(runs_, WideText{read(text, anyCase_)});
 }
 
 }  // namespace bokfolio::predicate

@@ -175,8 +175,8 @@ class TemplateCache {
 }  // namespace
 
 std::shared_ptr<const Template> parse(std::string_view format) {
-  if (format.size() > kMaximumLength)
-    throw PredicateError(located(format, 0, "a condition of more than 65536 bytes"));
+  if (format.size() > kMaximumBytes)
+    throw PredicateError(located(format, 0, "a condition of more than 16 MiB"));
   return Parser(format).run(format);
 }
 

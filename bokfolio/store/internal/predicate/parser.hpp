@@ -17,10 +17,8 @@ struct Template {
   std::vector<Place> places;  // by index
 };
 
-// Longer texts are refused.
-inline constexpr std::size_t kMaximumLength = 64 * 1024;
-
-// Throws PredicateError, with text and column, for a text that is no condition.
+// Throws PredicateError, with text and column, for a text that is no condition, and for one beyond
+// the bounds of the lexer.
 std::shared_ptr<const Template> parse(std::string_view format);
 // The same through a store of recent texts that all threads share.
 std::shared_ptr<const Template> parseCached(std::string_view format);
