@@ -159,15 +159,21 @@ void Connection::harden() {
   for (const auto& [option, value] :
        {std::pair{SQLITE_DBCONFIG_DEFENSIVE, 1}, std::pair{SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
         std::pair{SQLITE_DBCONFIG_ENABLE_TRIGGER, 0}, std::pair{SQLITE_DBCONFIG_ENABLE_VIEW, 0},
-        std::pair{SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
-        std::pair{SQLITE_DBCONFIG_ENABLE_FKEY, 1}}) {
+        std::pair{SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0}, std::pair{SQLITE_DBCONFIG_DQS_DML, 0},
+        std::pair{SQLITE_DBCONFIG_DQS_DDL, 0}, std::pair{SQLITE_DBCONFIG_ENABLE_FKEY, 1}}) {
     int set = -1;
     sqlite3_db_config(handle_.get(), option, value, &set);
     if (set != value) throw Failure{PersistenceError::Failed, "SQLite cannot be made safe here."};
   }
   // A virtual table would have its module's code read whatever the file holds.
   sqlite3_drop_modules(handle_.get(), nullptr);
+  // What a file's own schema computes (checks, indexes) runs whenever its tables are touched, and
+  // could take any time and memory. A schema with a function that has arguments is not read at all;
+  // this library's own statements do without.
+  sqlite3_limit(handle_.get(), SQLITE_LIMIT_FUNCTION_ARG, 0);
   execute("PRAGMA cell_size_check=ON");
+  // Another program that cuts the file short would otherwise end this one.
+  execute("PRAGMA mmap_size=0");
   setCache(kCache);
   execute("PRAGMA temp_store=MEMORY");
   // Also syncs the folder after a save: without it, a power cut may bring the last save's journal

@@ -84,7 +84,9 @@ int openDocument(const std::string& path, bool forWriting) {
   if (::stat(path.c_str(), &status) != 0) failSystem(path, errno);
   if (!S_ISREG(status.st_mode)) fail(PersistenceError::NotADocument, path, "is not a file.");
   if (forWriting && ::eaccess(folderOf(path).c_str(), W_OK | X_OK) != 0) failSystem(path, errno);
-  const int descriptor = ::open(path.c_str(), (forWriting ? O_RDWR : O_RDONLY) | O_CLOEXEC);
+  // What has come to the path since is neither followed nor waited for.
+  const int descriptor =
+      ::open(path.c_str(), (forWriting ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   if (descriptor < 0 && errno == EACCES && ::eaccess(path.c_str(), R_OK) != 0) {
     fail(PersistenceError::Failed, path, "may not be read by this user.");
   }
@@ -98,8 +100,8 @@ FileIdentity identityOf(int descriptor) {
   return {status.st_dev, status.st_ino};
 }
 
-bool flush(const std::string& path, int flags) {
-  const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
+bool flushFolder(const std::string& path) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0) return false;
   const bool flushed = ::fsync(descriptor) == 0;
   const int systemError = errno;
@@ -203,6 +205,7 @@ NewFile::NewFile(std::string path, std::optional<mode_t> permissions)
     temporary_ = base + std::to_string(attempt);
     const int descriptor = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (descriptor >= 0) {
+      made_ = identityOf(descriptor);
       ::close(descriptor);
       return;
     }
@@ -217,14 +220,26 @@ NewFile::~NewFile() {
   ::unlink((temporary_ + "-journal").c_str());
 }
 
+// Through a descriptor: in a folder that others may write, the name may lead elsewhere by now.
+void NewFile::finish() const {
+  const int descriptor = ::open(temporary_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  const bool isOurs = descriptor >= 0 && identityOf(descriptor) == made_;
+  const bool flushed = isOurs && ::fsync(descriptor) == 0 &&
+                       (!permissions_ || ::fchmod(descriptor, *permissions_) == 0);
+  const int systemError = errno;
+  if (descriptor >= 0) ::close(descriptor);
+  if (flushed) return;
+  if (isOurs || (descriptor < 0 && systemError != ELOOP)) failSystem(path_, systemError);
+  fail(PersistenceError::Stale, path_, "was replaced by another file while it was being made.");
+}
+
 void NewFile::publish() {
-  if (!flush(temporary_, O_RDWR)) failSystem(path_, errno);
+  finish();
   refuseStrayJournal(path_);
-  if (permissions_ && ::chmod(temporary_.c_str(), *permissions_) != 0) failSystem(path_, errno);
   if (!moveWithoutReplacing(temporary_, path_)) failSystem(path_, errno);
   temporary_.clear();
   // Not every file system can flush a folder, and not every folder can be read.
-  if (!flush(folderOf(path_), O_RDONLY | O_DIRECTORY) && errno == EIO) failSystem(path_, errno);
+  if (!flushFolder(folderOf(path_)) && errno == EIO) failSystem(path_, errno);
 }
 
 bool fileExists(const std::string& path) {

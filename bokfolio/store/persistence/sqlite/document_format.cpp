@@ -107,6 +107,17 @@ void checkLength(Connection& connection) {
   throw Failure{PersistenceError::Damaged, "\"" + connection.path() + "\" is damaged (cut short)."};
 }
 
+// A column that is computed runs what the file says whenever it is read, and one that is computed
+// from another may grow beyond all measure.
+void refuseComputedColumns(Connection& connection) {
+  if (connection.integer("SELECT count(*) FROM sqlite_schema AS s, pragma_table_xinfo(s.name) AS c "
+                         "WHERE s.type='table' AND s.rootpage>0 AND c.hidden<>0") == 0) {
+    return;
+  }
+  throw Failure{PersistenceError::Damaged,
+                "\"" + connection.path() + "\" is damaged (it has columns that are computed)."};
+}
+
 void setUserVersion(Connection& connection, std::int64_t version) {
   connection.execute("PRAGMA user_version=" + std::to_string(version));
 }
@@ -205,6 +216,7 @@ std::int64_t checkFormat(Connection& connection, const DocumentFormat& format) {
                   "\"" + connection.path() + "\" has a format that was never in use."};
   }
   checkLength(connection);
+  refuseComputedColumns(connection);
   return version;
 }
 
@@ -244,6 +256,7 @@ std::vector<SqlTable> presentTables(Connection& connection, const std::vector<Sq
 void copyDocument(Connection& connection, const std::string& path) {
   // A copy is for those who may see the original.
   NewFile file(path, filePermissions(connection.path()));
+  const Connection::FunctionsAllowed allowed(connection);
   try {
     Statement copy = connection.prepare("VACUUM INTO ?1");
     copy.bindText(1, file.temporaryPath());

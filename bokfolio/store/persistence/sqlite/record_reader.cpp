@@ -138,7 +138,7 @@ std::int64_t savedNextId(Connection& connection, const SqlTable& table) {
 }
 
 std::int64_t highestId(Connection& connection, const SqlTable& table) {
-  return connection.integer("SELECT max(id) FROM " + quoted(table.name));
+  return connection.integer("SELECT id FROM " + quoted(table.name) + " ORDER BY id DESC LIMIT 1");
 }
 
 }  // namespace

@@ -58,9 +58,9 @@ RecordWriter::RecordWriter(Connection& connection, const std::vector<SqlTable>& 
       state_(state),
       sums_(sums),
       writers_(tables.size()),
-      raiseNextId_(connection.prepare(
-          "INSERT INTO bokfolio_entity(name, next_id) VALUES(?1, ?2) "
-          "ON CONFLICT(name) DO UPDATE SET next_id = max(next_id, excluded.next_id)")) {
+      raiseNextId_(connection.prepare("INSERT INTO bokfolio_entity(name, next_id) VALUES(?1, ?2) "
+                                      "ON CONFLICT(name) DO UPDATE SET next_id = excluded.next_id "
+                                      "WHERE excluded.next_id > next_id")) {
   for (std::size_t entity = 0; entity < tables.size(); ++entity) {
     writers_[entity].decimals.resize(tables[entity].columns.size());
   }

@@ -82,11 +82,10 @@ void noteSums(Connection& connection, const SqlTable& table) {
 
 SumLines::SumLines(Connection& connection, const std::vector<SqlTable>& tables, SavedState& state)
     : connection_(connection), tables_(tables), state_(state), sums_(tables.size()) {
-  Statement notes =
-      connection.prepare("SELECT name, value FROM bokfolio_document WHERE substr(name, 1, 4)=?1");
-  notes.bindText(1, kNotePrefix);
+  Statement notes = connection.prepare("SELECT name, value FROM bokfolio_document");
   while (notes.step()) {
     const std::string name(notes.text(0));
+    if (!name.starts_with(kNotePrefix)) continue;
     const auto table = std::find_if(tables.begin(), tables.end(), [&](const SqlTable& each) {
       return each.sums && kNotePrefix + each.name == name && each.sums->layout == notes.text(1);
     });

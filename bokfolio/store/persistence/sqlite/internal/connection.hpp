@@ -73,7 +73,8 @@ class Connection {
   enum class Access : std::uint8_t { ReadOnly, ReadWrite };
 
   // Opens an existing file and closes every door that a crafted file could use: no extensions, no
-  // triggers, no views, no functions called by the schema, no writing to SQLite's own tables.
+  // triggers, no views, no functions called by the schema (but such without arguments), no writing
+  // to SQLite's own tables.
   Connection(std::string path, Access access, int patienceMilliseconds);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -96,6 +97,23 @@ class Connection {
   // A number that differs when the file was changed between two looks at it, by anybody. It costs
   // no look of its own.
   std::uint32_t stateSeen() const;
+  // Lets statements call functions that have arguments, for VACUUM, which is made of some. The
+  // schema must have been read before.
+  class FunctionsAllowed {
+   public:
+    explicit FunctionsAllowed(Connection& connection)
+        : database_(connection.handle_.get()),
+          before_(sqlite3_limit(database_, SQLITE_LIMIT_FUNCTION_ARG, kMost)) {}
+    FunctionsAllowed(const FunctionsAllowed&) = delete;
+    FunctionsAllowed& operator=(const FunctionsAllowed&) = delete;
+    ~FunctionsAllowed() { sqlite3_limit(database_, SQLITE_LIMIT_FUNCTION_ARG, before_); }
+
+   private:
+    static constexpr int kMost = 100;
+
+    sqlite3* database_;
+    int before_;
+  };
   bool inTransaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
 
  private:

@@ -69,13 +69,17 @@ class NewFile {
   ~NewFile();
 
   const std::string& temporaryPath() const { return temporary_; }
-  // Flushes file and folder to the disk. Never replaces what has appeared there meanwhile. Nothing
-  // in this process may have the file open.
+  // Flushes file and folder to the disk. Never replaces what has appeared there meanwhile, and never
+  // takes for the file what others have put in its place: Stale. Nothing in this process may have
+  // the file open.
   void publish();
 
  private:
+  void finish() const;
+
   std::string path_;
   std::string temporary_;
+  FileIdentity made_;
   std::optional<mode_t> permissions_;
 };
 
