@@ -29,8 +29,9 @@ enum class PluginError : int {
 // Asks the plug-in for its model and takes that over. false with ModelRefused (all faults named),
 // or Failed when it throws, and then the model is as it was. An extension may add entities, and at
 // the end of an entity's keys further ones; entities and stored keys that were there keep their
-// name, kind, target and place, because classes go by the place, and derived keys and the kept sum
-// stay, because rules read them.
+// name, kind, target and place, because classes go by the place, and with default, delete rule,
+// validation and accessors they keep the rules of bookkeeping that those are. Derived keys and the
+// kept sum stay as they are, because rules read them; a key may depend on more than before.
 BOKFOLIO_EXPORT bool extendModel(Model& model, const BFPluginBase& plugin,
                                  ErrorOut error = nullptr);
 

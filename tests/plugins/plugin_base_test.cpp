@@ -70,6 +70,16 @@ PropertyDescription text(const std::string& name) {
   return property;
 }
 
+constexpr const char* kOtherRules = "Label.text has other rules";
+
+// An extension that changes something of a key that was there.
+std::function<Model(Model)> changing(const std::function<void(PropertyDescription&)>& what) {
+  return [what](Model model) {
+    what(*model.entity("Label")->property("text"));
+    return model;
+  };
+}
+
 TEST(PluginModel, MayGrowButNotLoseOrMoveWhatIsThere) {
   Model base;
   base.add(Parent::table()).add(Child::table()).add(Label::table());
@@ -91,6 +101,25 @@ TEST(PluginModel, MayGrowButNotLoseOrMoveWhatIsThere) {
          return model;
        },
        "Child.doubled is gone; Child.family is gone"},
+      {[](Model model) {
+         model.entity("Child")->derived.front().getter = nullptr;
+         model.entity("Child")->dependencies.front().paths.clear();
+         return model;
+       },
+       "Child.doubled has other rules; Child.doubled depends on amount no more"},
+      {changing([](PropertyDescription& key) { key.required = !key.required; }), kOtherRules},
+      {changing([](PropertyDescription& key) { key.defaultValue = Value("x"); }), kOtherRules},
+      {changing([](PropertyDescription& key) { key.deleteRule = DeleteRule::Cascade; }),
+       kOtherRules},
+      {changing(
+           [](PropertyDescription& key) { key.getter = [](const Record&) { return Value(); }; }),
+       kOtherRules},
+      {changing([](PropertyDescription& key) { key.setter = [](Record&, const Value&) {}; }),
+       kOtherRules},
+      {changing([](PropertyDescription& key) {
+         key.validator = [](Record&, Value&, ErrorOut) { return true; };
+       }),
+       kOtherRules},
       {[](Model model) {
          model.entity("Label")->make = nullptr;
          return model;
@@ -123,6 +152,12 @@ TEST(PluginModel, MayGrowButNotLoseOrMoveWhatIsThere) {
                            }),
                            &error));
   EXPECT_THAT(error->localizedDescription(), HasSubstr("Child keeps its sum no more"));
+  EXPECT_FALSE(extendModel(ledger, Extending([](Model model) {
+                             model.entity("Child")->keptSum->unlessValue = 2;
+                             return model;
+                           }),
+                           &error));
+  EXPECT_THAT(error->localizedDescription(), HasSubstr("Child keeps another sum"));
 }
 
 }  // namespace
