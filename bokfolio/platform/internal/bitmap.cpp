@@ -1,23 +1,17 @@
 #include "bokfolio/platform/internal/bitmap.hpp"
 
-#include <leptonica/allheaders.h>
-
 #include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
 
 #include "bokfolio/platform/image.hpp"
+#include "bokfolio/platform/internal/quiet_decoders.hpp"
 #include "bokfolio/platform/platform_error.hpp"
 
 namespace bokfolio {
 
 namespace {
-
-struct PixDeleter {
-  void operator()(PIX* pix) const noexcept { pixDestroy(&pix); }
-};
-using PixPointer = std::unique_ptr<PIX, PixDeleter>;
 
 struct LeptonicaDeleter {
   void operator()(std::uint8_t* bytes) const noexcept { lept_free(bytes); }
@@ -87,7 +81,9 @@ std::int64_t pixelsOf(ByteView bytes) {
 // Refuses by size before anything is decoded. Asked for the head of a GIF file, the decoder decodes
 // it all.
 bool isWithinBounds(int format, ByteView bytes, ErrorOut error) {
-  const std::int64_t pixels = format == IFF_GIF ? gifPixels(bytes) : pixelsOf(bytes);
+  const std::int64_t pixels = format == IFF_GIF         ? gifPixels(bytes)
+                              : format == IFF_JFIF_JPEG ? jpegPixels(bytes)
+                                                        : pixelsOf(bytes);
   if (pixels == 0) return undecodable(error);
   if (pixels > Image::kMaximumPixels) {
     return tooLarge(error, "The picture has more than 100 million pixels.");
@@ -98,6 +94,17 @@ bool isWithinBounds(int format, ByteView bytes, ErrorOut error) {
   return true;
 }
 
+PixPointer decodeAs(int format, ByteView bytes) {
+  switch (format) {
+    case IFF_PNG:
+      return decodePng(bytes);
+    case IFF_JFIF_JPEG:
+      return decodeJpeg(bytes);
+    default:
+      return PixPointer(pixReadMem(bytes.data(), bytes.size()));
+  }
+}
+
 PixPointer decodeBitmap(ByteView bytes, ErrorOut error) {
   silenceLeptonica();
   const int format = formatOf(bytes);
@@ -106,7 +113,7 @@ PixPointer decodeBitmap(ByteView bytes, ErrorOut error) {
     return nullptr;
   }
   if (!isWithinBounds(format, bytes, error)) return nullptr;
-  PixPointer pix(pixReadMem(bytes.data(), bytes.size()));
+  PixPointer pix = decodeAs(format, bytes);
   if (pix == nullptr) undecodable(error);
   return pix;
 }

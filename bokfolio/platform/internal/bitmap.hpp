@@ -1,7 +1,6 @@
 // Bitmaps from outside: told apart, bounded before they are decoded, decoded completely or refused.
-// The system's decoders print to standard error when a file is damaged, and some of them unfold
-// everything before they say how large it is; the structure of PNG, JPEG and GIF files is therefore
-// checked here first.
+// Some of the system's decoders unfold everything before they say how large it is; the structure of
+// PNG, JPEG and GIF files is therefore checked here first.
 #pragma once
 
 #include <cstddef>
