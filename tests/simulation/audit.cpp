@@ -12,11 +12,6 @@ namespace bokfolio::simulation {
 
 namespace {
 
-std::int64_t signedCount(std::size_t count) { return static_cast<std::int64_t>(count); }
-Id idOf(const Record* record) { return record == nullptr ? 0 : record->id(); }
-void expectSameId(const char* what, Id of, const Record* library, Id plain) {
-  expectSame(what, of, static_cast<std::int64_t>(idOf(library)), static_cast<std::int64_t>(plain));
-}
 void expectCount(Desk& desk, const char* entity, std::size_t plain) {
   expectSame(entity, 0, signedCount(desk.context().count(entity)), signedCount(plain));
 }

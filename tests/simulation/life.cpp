@@ -1,5 +1,6 @@
 #include "tests/simulation/life.hpp"
 
+#include "bokfolio/model/invoicing/article.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/ledger/book.hpp"
 #include "tests/simulation/work.hpp"
@@ -190,6 +191,28 @@ void Life::changeWithoutPlugin(const Work& work) {
   reopen(Desk::Plugin::Away);
   change(work);
   save(true);
+}
+
+void Life::linkPastUndo(unsigned which) {
+  const Id id = pick(now_.articles, which);
+  if (id == 0) return;
+  Context& context = desk_.context();
+  context.closeUndoGroup();
+  open_ = false;
+  auto* article = desk_.get<Article>(id);
+  const Value before = article->primitiveValueForKey("salesAccount");
+  auto* account = context.insert<Account>();
+  context.closeUndoGroup();
+  article->setPrimitiveValueForKey(Value(account), "salesAccount");
+  for (const bool isBack : {false, true, false}) {
+    expectTrue("what was inserted comes and goes", isBack ? context.redo() : context.undo());
+    expectSameId("a link past undo", id, article->salesAccount(), isBack ? account->id() : 0);
+  }
+  article->setPrimitiveValueForKey(before, "salesAccount");
+  redo_.clear();
+  redo_.emplace_back();
+  // So that the account can never come back.
+  change([](Desk&, PlainFirm&) { return Outcome::Done; });
 }
 
 void Life::reopen(Desk::Plugin plugin) {

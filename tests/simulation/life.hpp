@@ -51,6 +51,8 @@ class Life {
   void join() { joining_ = true; }
   // The next change is made with undo switched off, as importers do.
   void changeUnrecorded() { unrecorded_ = true; }
+  // A link that undo does not know of leads to what undo takes away: it is nil until that is back.
+  void linkPastUndo(unsigned which);
   void compareDump();
   // Keeps an eye on a record until the document is closed, and reads it whenever it changes.
   void observe(unsigned kind, unsigned which);
@@ -99,6 +101,11 @@ inline void expectSame(const char* what, Id of, const Decimal& library, Amount p
 }
 inline void expectTrue(const char* what, bool holds) {
   if (!holds) throw Disagreement(std::string("it does not hold that ") + what);
+}
+inline std::int64_t signedCount(std::size_t count) { return static_cast<std::int64_t>(count); }
+inline Id idOf(const Record* record) { return record == nullptr ? 0 : record->id(); }
+inline void expectSameId(const char* what, Id of, const Record* library, Id plain) {
+  expectSame(what, of, static_cast<std::int64_t>(idOf(library)), static_cast<std::int64_t>(plain));
 }
 
 // What the plain book foresees of one balance, of one of many small questions, of everything.

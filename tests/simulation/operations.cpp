@@ -42,6 +42,11 @@ void away(Life& life, const Step& step) {
   life.changeWithoutPlugin(
       [&](Desk& desk, PlainFirm& plain) { return addPending(desk, plain, step); });
 }
+void awayDrop(Life& life, const Step& step) {
+  life.changeWithoutPlugin(
+      [&](Desk& desk, PlainFirm& plain) { return dropWhileAway(desk, plain, step); });
+}
+void pastUndo(Life& life, const Step& step) { life.linkPastUndo(step[0]); }
 void inverses(Life& life, const Step&) { auditInverses(life.desk()); }
 void verify(Life& life, const Step&) { life.desk().verify(); }
 
@@ -55,6 +60,10 @@ std::vector<Operation> makeOperations() {
       {"droptag", 4, {{"tag", kAny}}, changing<dropTag>},
       {"year", 20, {{"which", 10}}, changing<addYear>},
       {"dropyear", 4, {{"year", kAny}}, changing<dropYear>},
+      {"overlap",
+       6,
+       {{"year", kAny}, {"account", kAny}, {"amount", kAmount}, {"day", kDay}},
+       changing<overlapYears>},
       {"opening",
        20,
        {{"account", kAny}, {"year", kAny}, {"amount", kAmount}},
@@ -103,6 +112,7 @@ std::vector<Operation> makeOperations() {
        changing<rebateLine>},
       {"rebate", 20, {{"invoice", kAny}, {"kind", 4}, {"value", 40}}, changing<rebateInvoice>},
       {"taginvoice", 8, {{"invoice", kAny}, {"tag", kAny}}, changing<tagInvoice>},
+      {"dateinvoice", 15, {{"invoice", kAny}, {"day", kDay}}, changing<dateInvoice>},
       {"duplicate", 10, {{"invoice", kAny}}, changing<duplicateInvoice>},
       {"dropinvoice", 8, {{"invoice", kAny}}, changing<dropInvoice>},
       {"settings", 8, {{"automatic", 5}, {"once", 3}, {"days", 4}}, changing<changeSettings>},
@@ -131,6 +141,8 @@ std::vector<Operation> makeOperations() {
       {"failread", 10, {{"kind", 15}, {"which", kAny}, {"records", 9}}, unreadable},
       {"observe", 8, {{"kind", 3}, {"which", kAny}}, observe},
       {"away", 2, {{"account", kAny}, {"amount", kAmount}, {"day", kDay}}, away},
+      {"awaydrop", 3, {{"which", kAny}, {"kind", 3}}, awayDrop},
+      {"pastundo", 8, {{"which", kAny}}, pastUndo},
       {"audit", 12, {{"part", 3}}, audit},
       {"inverses", 3, {}, inverses},
       {"verify", 4, {}, verify},

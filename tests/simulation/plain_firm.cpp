@@ -55,8 +55,8 @@ Instant laterByDays(Instant instant, int days) {
   return fromLocal(seconds + offsetAt(seconds) + days * kDay) + (instant - seconds * kSecond);
 }
 
-Instant PlainYear::start() const { return instantOf(year, 0, 0); }
-Instant PlainYear::end() const { return instantOf(year + 1, 0, 0); }
+Instant PlainYear::start() const { return instantOf(year, isBroken ? 181 : 0, 0); }
+Instant PlainYear::end() const { return instantOf(year + 1, isBroken ? 181 : 0, 0); }
 
 Amount PlainEntry::sum() const {
   Amount sum = 0;
@@ -170,11 +170,15 @@ std::map<Id, Amount> PlainFirm::carried(Id year) const {
 int PlainFirm::file(Id id, std::vector<Id>& filed) {
   constexpr int kInvalid = 1;
   constexpr int kNoYear = 2;
+  constexpr int kSeveralYears = 3;
   const PlainEntry entry = entries.at(id);
   if (!entry.isBookable()) return kInvalid;
   Id in = 0;
-  for (const auto& [year, bounds] : years)
-    if (bounds->holds(entry.date)) in = year;
+  for (const auto& [year, bounds] : years) {
+    if (!bounds->holds(entry.date)) continue;
+    if (in != 0) return kSeveralYears;
+    in = year;
+  }
   if (in == 0) return kNoYear;
   if (entry.number != 0) {
     std::vector<Id> earlier;

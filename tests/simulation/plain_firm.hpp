@@ -90,9 +90,11 @@ struct PlainTag {
   std::int64_t number = 0;
 };
 
-// A calendar year in central European time; both bounds are outside it.
+// A calendar year in central European time, or one from the middle of it to the middle of the next;
+// both bounds are outside it.
 struct PlainYear {
   int year = 0;
+  bool isBroken = false;
   Instant start() const;
   Instant end() const;
   bool holds(Instant date) const { return start() < date && date < end(); }

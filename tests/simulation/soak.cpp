@@ -1,13 +1,16 @@
 // bokfolio_soak: simulated firms, one after the other, until so many steps are done or somebody
 // stops it. Each firm lives with a seed of its own; the first one that does not agree with the
-// plain book ends the run with the shortest list of steps that shows it.
+// plain book ends the run with the shortest list of steps that shows it. Or, asked for openings, a
+// document opened and closed as often, in each way, and what the process holds meanwhile.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
+#include "tests/simulation/openings.hpp"
 #include "tests/simulation/operations.hpp"
 #include "tests/simulation/replay.hpp"
 
@@ -19,15 +22,20 @@ struct Options {
   std::uint64_t steps = 0;  // 0: until stopped
   std::uint64_t seed = 1;
   std::uint64_t life = 600;
+  std::uint64_t openings = 0;
   std::string script;
+  bool apart = true;
 };
 
 constexpr const char* kUsage =
-    "usage: bokfolio_soak [--steps N] [--seed S] [--life N] [--case FILE]\n"
+    "usage: bokfolio_soak [--steps N] [--seed S] [--life N] [--case FILE] [--apart 0]\n"
+    "       bokfolio_soak --openings N\n"
     "  --steps  so many steps in all; without it, until stopped\n"
     "  --seed   of the first firm; the next one has the next seed\n"
     "  --life   steps of one firm (600)\n"
-    "  --case   lives the steps of a file instead\n";
+    "  --apart  0 lets firms live in this process instead of one each\n"
+    "  --case   lives the steps of a file instead\n"
+    "  --openings  opens and closes a document so often instead, in each of three ways\n";
 
 bool readOptions(int count, char** words, Options& options) {
   for (int i = 1; i < count; i += 2) {
@@ -40,6 +48,10 @@ bool readOptions(int count, char** words, Options& options) {
       options.seed = number;
     } else if (name == "--life" && number > 0) {
       options.life = number;
+    } else if (name == "--openings" && number > 0) {
+      options.openings = number;
+    } else if (name == "--apart") {
+      options.apart = number != 0;
     } else if (name == "--case") {
       options.script = words[i + 1];
     } else {
@@ -64,6 +76,37 @@ int runCase(const std::string& path) {
   return 1;
 }
 
+void tell(const char* way, std::uint64_t done) {
+  const Holdings now = holdings();
+  std::printf("%-7s %7llu  %9zu bytes allocated  %6zu KiB resident  %3zu descriptors\n", way,
+              static_cast<unsigned long long>(done), now.allocated, now.resident / 1024,
+              now.descriptors);
+  std::fflush(stdout);
+}
+
+// The first tenth warms up what is kept for the process.
+int runOpenings(std::uint64_t count) {
+  constexpr std::pair<Opening, const char*> kWays[] = {
+      {Opening::Read, "read"}, {Opening::Change, "change"}, {Opening::Create, "create"}};
+  int status = 0;
+  Openings openings;
+  for (const auto& [way, name] : kWays) {
+    const std::uint64_t warm = count / 10 + 1;
+    for (std::uint64_t round = 0; round < warm; ++round) openings.take(way);
+    const Holdings before = holdings();
+    tell(name, 0);
+    for (std::uint64_t round = 1; round <= count; ++round) {
+      openings.take(way);
+      if (round % (count / 4 + 1) == 0 || round == count) tell(name, round);
+    }
+    const Holdings after = holdings();
+    const bool leaks = after.allocated > before.allocated + count * 16;
+    if (leaks || after.descriptors != before.descriptors) status = 1;
+  }
+  std::puts(status == 0 ? "nothing is left behind" : "something is left behind");
+  return status;
+}
+
 int run(const Options& options) {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();
@@ -71,7 +114,7 @@ int run(const Options& options) {
   std::uint64_t told = 0;
   for (std::uint64_t seed = options.seed; options.steps == 0 || done < options.steps; ++seed) {
     const Script script = generate(seed, options.life);
-    if (const auto failure = liveApart(script)) {
+    if (const auto failure = options.apart ? liveApart(script) : live(script)) {
       std::printf("%s\n", report(seed, script, *failure).c_str());
       return 1;
     }
@@ -96,6 +139,7 @@ int main(int count, char** words) {
     return 2;
   }
   try {
+    if (options.openings > 0) return runOpenings(options.openings);
     return options.script.empty() ? run(options) : runCase(options.script);
   } catch (const std::exception& failed) {
     std::fprintf(stderr, "soak: %s\n", failed.what());

@@ -15,12 +15,12 @@ using Changing = Outcome(Desk& desk, PlainFirm& plain, const Step& step);
 
 // --- work_ledger.cpp, work_entries.cpp
 Changing addAccount, renumberAccount, retypeAccount, dropAccount, addTag, dropTag, addYear,
-    dropYear, setOpening, carryForward, setBudget, noteAccount;
+    dropYear, overlapYears, dropWhileAway, setOpening, carryForward, setBudget, noteAccount;
 Changing compose, addLooseRow, clearRows, copyRows, fileNewEntry, book, addPending, correctRow,
     adjustRows, unbalance, moveEntry, tagRow, moveRow, dropPending, saveUnbalanced;
 // --- work_invoices.cpp, work_billing.cpp
 Changing addArticle, priceArticle, dropArticle, addInvoice, addLine, dropLine, rebateLine,
-    rebateInvoice, tagInvoice, duplicateInvoice, dropInvoice, changeSettings;
+    rebateInvoice, tagInvoice, dateInvoice, duplicateInvoice, dropInvoice, changeSettings;
 Changing sendInvoice, remindInvoice, payInvoice, returnInvoice, loseInvoice, addBill, bookBill,
     payBill, dropBill;
 

@@ -167,6 +167,26 @@ Outcome tagInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
   return Outcome::Done;
 }
 
+// One that was sent is moved and put back: its due date follows, and with that its status.
+Outcome dateInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
+  const Id id = pick(plain.invoices, step[0]);
+  if (id == 0) return Outcome::Nothing;
+  PlainInvoice& invoice = plain.invoices.edit(id);
+  const Instant before = std::exchange(invoice.date, someDate(plain, step[1]));
+  auto* live = desk.get<Invoice>(id);
+  live->setDate(date(invoice.date));
+  if (invoice.days == 0) return Outcome::Done;
+  for (const Instant moved : {invoice.date, before}) {
+    invoice.date = moved;
+    live->setDate(date(moved));
+    expectSame("the due date of a moved invoice", id,
+               live->dueDate().value_or(Date()).microseconds(), invoice.due());
+    expectSame<std::int64_t>("the status of a moved invoice", id, live->status().value_or(-1),
+                             invoice.statusAt(desk.now()));
+  }
+  return Outcome::Done;
+}
+
 Outcome duplicateInvoice(Desk& desk, PlainFirm& plain, const Step& step) {
   const Id id = pick(plain.invoices, step[0]);
   if (id == 0) return Outcome::Nothing;

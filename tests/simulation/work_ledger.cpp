@@ -145,6 +145,56 @@ Outcome dropYear(Desk& desk, PlainFirm& plain, const Step& step) {
   return Outcome::Done;
 }
 
+// Files an entry while a broken year lies across one that is there and the next: what is in two
+// years at once is refused. Such a year never stays.
+Outcome overlapYears(Desk& desk, PlainFirm& plain, const Step& step) {
+  const int number = plain.years.at(pick(plain.years, step[0])).year;
+  const PlainYear broken{number, true};
+  auto* year = desk.context().insert<FiscalYear>();
+  year->setStart(date(broken.start()));
+  year->setEnd(date(broken.end()));
+  const Instant noon = instantOf(number, static_cast<int>(step[3] % 365), 12);
+  std::size_t holding = broken.holds(noon) ? 1 : 0;
+  for (const auto& [id, other] : plain.years) holding += other->holds(noon) ? 1U : 0U;
+  plain.years.add(year->id(), broken);
+  Context& context = desk.context();
+  expectSame("the years of a date", year->id(),
+             signedCount(FiscalYear::findFiscalYearsForDate(date(noon), context).size()),
+             signedCount(holding));
+  expectTrue("of several years none is the one",
+             (FiscalYear::findFiscalYearForDate(date(noon), context.fetch<FiscalYear>()) !=
+              nullptr) == (holding == 1));
+  compose(desk, plain, step);
+  desk.get<Entry>(plain.newEntry)->setDate(date(noon));
+  plain.entries.edit(plain.newEntry).date = noon;
+  fileNewEntry(desk, plain, step);
+  return Outcome::TakeBack;
+}
+
+// Nobody is there to let go what the plug-in's budgets refer to: it must stay.
+Outcome dropWhileAway(Desk& desk, PlainFirm& plain, const Step& step) {
+  const bool isYear = step[1] % 3 == 0;
+  const auto hasBudgets = [&](Id id) {
+    return std::any_of(plain.budgets.begin(), plain.budgets.end(), [&](const auto& item) {
+      return id == (isYear ? item.first.second : item.first.first);
+    });
+  };
+  // Rather one of a budget, if there is one.
+  Id id = isYear ? pick(plain.years, step[0]) : pickFree(plain, step[0]);
+  for (unsigned next = 0; next < 10 && !hasBudgets(id); ++next)
+    id = isYear ? pick(plain.years, step[0] + next) : pickFree(plain, step[0] + next);
+  if (id == 0 || (isYear && plain.years.size() == 1)) return Outcome::Nothing;
+  const bool denied = hasBudgets(id) || (isYear ? plain.highestNumber(id) > 0 : plain.hasRows(id));
+  isYear ? desk.context().deleteObject(desk.get<FiscalYear>(id))
+         : desk.context().deleteObject(desk.get<Account>(id));
+  if (denied) return refusedBySave(desk);
+  forgetOpenings(plain, [=](const std::pair<Id, Id>& key) {
+    return isYear ? key.second == id : key.first == id;
+  });
+  isYear ? plain.years.drop(id) : plain.accounts.drop(id);
+  return Outcome::Done;
+}
+
 Outcome setOpening(Desk& desk, PlainFirm& plain, const Step& step) {
   const Id account =
       pick(plain.accounts, step[0], [](const PlainAccount& each) { return each.isBalance(); });
