@@ -164,7 +164,11 @@ void use(OpenMode mode) {
   try {
     document->insert<Account>()->setNumber(1);
     error.reset();
-    fuzz::expectExplained(document->save(&error), error);
+    const bool saved = document->save(&error);
+    fuzz::expectExplained(saved, error);
+    if (!saved) return;
+    error.reset();
+    fuzz::expectExplained(document->rebuildSums(&error), error);
   } catch (const LoadError&) {  // NOLINT(bugprone-empty-catch)
   }
 }

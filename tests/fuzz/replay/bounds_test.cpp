@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,9 @@
 #include "bokfolio/platform/internal/text_table.hpp"
 #include "bokfolio/platform/number_parsing.hpp"
 #include "bokfolio/platform/property_list.hpp"
+#include "bokfolio/store/internal/predicate/lexer.hpp"
 #include "bokfolio/store/internal/predicate/parser.hpp"
+#include "bokfolio/store/internal/predicate/printing.hpp"
 #include "bokfolio/store/store_error.hpp"
 #include "tests/fuzz/support/fuzz.hpp"
 
@@ -129,8 +132,12 @@ TEST(Bounds, AreTakenAndNotPassed) {
        SieFields::kMaxFields, "Line 2: the line has more than 1000 fields."},
       {readFile, [](std::size_t n) { return sie(repeated("#DIM 1\n", n)); }, 100,
        "Line 102: the file has more than 100 records."},
-      {readCondition, [](std::size_t n) { return "a == '" + std::string(n - 7, 'x') + "'"; },
-       predicate::kMaximumLength, "a condition of more than 65536 bytes"},
+      {readCondition, [](std::size_t n) { return "a == '" + std::string(n - 4, 'x') + "'"; },
+       predicate::kMaximumSize, "a condition of more than 65536 words, signs, and characters"},
+      {readCondition, [](std::size_t n) { return std::string(n - 3, 'a') + " == 1"; },
+       predicate::kMaximumSize - 1, "a condition of more than 65536 words, signs, and characters"},
+      {readCondition, [](std::size_t n) { return std::string(n - 6, ' ') + "a == 1"; },
+       predicate::kMaximumBytes, "a condition of more than 16 MiB"},
       {readCondition,
        [](std::size_t n) { return std::string(n, '(') + "a == 1" + std::string(n, ')'); },
        predicate::kMaximumNesting, "nested too deeply, column 201"},
@@ -146,6 +153,23 @@ TEST(Bounds, AreTakenAndNotPassed) {
     EXPECT_EQ(row.read(row.make(row.bound)), "") << "row " << at;
     const std::string refusal = row.read(row.make(row.bound + 1));
     EXPECT_EQ(refusal.substr(0, row.refusal.size()), row.refusal) << "row " << at;
+  }
+}
+
+// What is as large as may be is read again from its own text, however much longer that is.
+TEST(Bounds, OfConditionsAreKeptByPrinting) {
+  const std::string conditions[] = {
+      repeated("a=9e126||", predicate::kMaximumSize / 5 - 1) + "a=-1e-126",
+      repeated("!a<>#or&&", predicate::kMaximumSize / 9) + "%K=%@",
+      "a='" + std::string(predicate::kMaximumSize - 4, '\n') + "'",
+      "and.or=" + repeated("not.", predicate::kMaximumSize / 4 - 4) + "like",
+  };
+  for (const std::string& condition : conditions) {
+    const auto parsed = predicate::parse(condition);
+    const std::string printed = predicate::print(*parsed->root);
+    EXPECT_GT(printed.size(), condition.size());
+    const auto again = predicate::parse(printed);
+    EXPECT_TRUE(*again->root == *parsed->root) << condition.substr(0, 40);
   }
 }
 
@@ -260,6 +284,39 @@ TEST(Bounds, OfScansCountWhatTheDecoderMeets) {
   EXPECT_EQ(scans("\xFF\xD8" + jpegSegment('\xFE', repeated("\xFF\xDA", 9)) + "x\xFF\xFF" +
                   jpegSegment('\xDA', "abcd") + "\xFF\xD9"),
             1);
+}
+
+// A library has no business on its host's standard error, whatever the picture.
+TEST(Pictures, AreDecodedInSilence) {
+  using namespace std::string_literals;
+  std::vector<std::string> pictures = {
+      png(1, 1, pngChunk("iCCP", "x\0\0rubbish"s)),
+      png(1, 1, pngChunk("pHYs", "short")),
+      png(1, 1, pngChunk("PLTE", "ab")),
+      png(1, 1, pngChunk("tRNS", "too long here")),
+      png(1, 1, pngChunk("gAMA", "\0\0\0\0"s)),
+      png(1, 3, ""),
+  };
+  std::mt19937 random(3);
+  const std::string corpus = BOKFOLIO_SOURCE_DIR "/tests/fuzz/corpus/image/small";
+  const std::string photo = readBytes(corpus + ".jpg");
+  for (int round = 0; round < 300; ++round) {
+    std::string pixels(1 + random() % 20, ' ');
+    for (char& byte : pixels) byte = static_cast<char>(random());
+    pictures.push_back("\x89PNG\r\n\x1A\n" +
+                       pngChunk("IHDR", bigEndian(2, 4) + bigEndian(2, 4) + "\x08\x02\0\0\0"s) +
+                       pngChunk("IDAT", (round % 2 == 0 ? "" : "\x78\x9C") + pixels) +
+                       pngChunk("IEND", ""));
+    std::string damaged = photo;
+    for (int bytes = 1 + round % 3; bytes > 0; --bytes)
+      damaged[2 + random() % (damaged.size() - 4)] = static_cast<char>(random());
+    pictures.push_back(damaged);
+  }
+  int taken = 0;
+  testing::internal::CaptureStderr();
+  for (const std::string& picture : pictures) taken += readPicture(picture).empty() ? 1 : 0;
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_GT(taken, 50);
 }
 
 TEST(Bounds, OfEntitiesAreThatThereAreNone) {
