@@ -69,9 +69,9 @@ class NewFile {
   ~NewFile();
 
   const std::string& temporaryPath() const { return temporary_; }
-  // Flushes file and folder to the disk. Never replaces what has appeared there meanwhile, and never
-  // takes for the file what others have put in its place: Stale. Nothing in this process may have
-  // the file open.
+  // Flushes file and folder to the disk. Never replaces what has appeared there meanwhile, and
+  // never takes for the file what others have put in its place: Stale. Nothing in this process may
+  // have the file open.
   void publish();
 
  private:
