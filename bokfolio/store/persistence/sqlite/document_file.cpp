@@ -192,6 +192,33 @@ void DocumentFile::checkInPlace() const {
   }
 }
 
+void DocumentFile::keepWritersOut() const {
+  // A file system without such locks has none that could be held.
+  if (::flock(descriptor_, LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+  fail(PersistenceError::InUse, path_, "is open for writing elsewhere.");
+}
+
+void DocumentFile::copyTo(const std::string& path) const {
+  const int to = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (to < 0) failSystem(path, errno);
+  std::vector<char> bytes(std::size_t{1} << 16);
+  off_t at = 0;
+  ssize_t got = 0;
+  int systemError = 0;
+  while (systemError == 0 && (got = ::pread(descriptor_, bytes.data(), bytes.size(), at)) > 0) {
+    for (ssize_t done = 0; done < got && systemError == 0;) {
+      const ssize_t put = ::pwrite(to, bytes.data() + done, static_cast<std::size_t>(got - done),
+                                   at + static_cast<off_t>(done));
+      if (put < 0) systemError = errno;
+      done += put;
+    }
+    at += static_cast<off_t>(got);
+  }
+  if (got < 0) systemError = errno;
+  ::close(to);
+  if (systemError != 0) failSystem(path, systemError);
+}
+
 NewFile::NewFile(std::string path, std::optional<mode_t> permissions)
     : path_(std::move(path)), permissions_(permissions) {
   if (path_.empty()) fail(PersistenceError::NotFound, path_, "is no path.");

@@ -48,6 +48,13 @@ class DocumentFile {
   // NotFound or Stale when the path no longer leads to the file that was opened: what would be
   // written now would be lost.
   void checkInPlace() const;
+  // For as long as this lives: InUse when somebody holds the writer's lock. For one that does not
+  // write.
+  void keepWritersOut() const;
+  // The bytes of the file go to another one, which is there and is nobody else's.
+  void copyTo(const std::string& path) const;
+  // For reading at a place. It must not be closed.
+  int descriptor() const { return descriptor_; }
 
  private:
   void lock();

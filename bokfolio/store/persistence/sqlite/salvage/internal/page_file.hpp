@@ -1,0 +1,54 @@
+// PageFile: the pages of a document that may be damaged, before an unfinished save, with what the
+// head of the file must say. It reads and never writes.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "bokfolio/store/persistence/sqlite/salvage/internal/hot_journal.hpp"
+
+namespace bokfolio::internal {
+
+class PageFile {
+ public:
+  // The descriptor must stay open. Throws Failure (NotADocument) when there is no page at all.
+  PageFile(int descriptor, const std::string& path);
+
+  // Whether the page is there; `page` is its bytes then.
+  bool read(std::uint32_t number, std::string& page) const;
+  // Pages are numbered from 1 to this.
+  std::uint32_t pages() const { return pages_; }
+  std::uint32_t pageSize() const { return pageSize_; }
+
+  // What the head says, where it can be believed.
+  bool isMarked() const { return marked_; }  // as a document of ours
+  std::int64_t version() const { return version_; }
+  std::uint32_t firstFree() const { return firstFree_; }
+  std::uint32_t freePages() const { return freePages_; }
+  // Whether all of the head was as a save leaves it.
+  bool isHeadSound() const { return headSound_; }
+  const std::vector<std::string>& remarks() const { return remarks_; }
+
+ private:
+  void findPageSize(const std::string& head);
+  std::uint32_t likeliestPageSize() const;
+  std::uint32_t treePages(std::uint32_t pageSize) const;
+  void readHead(const std::string& head);
+  void checkLength(const std::string& head);
+  void remarkHead(const std::string& sentence);
+
+  int descriptor_;
+  HotJournal journal_;
+  std::int64_t size_ = 0;
+  std::uint32_t pageSize_ = 0;
+  std::uint32_t pages_ = 0;
+  bool marked_ = false;
+  bool headSound_ = true;
+  std::int64_t version_ = 0;
+  std::uint32_t firstFree_ = 0;
+  std::uint32_t freePages_ = 0;
+  std::vector<std::string> remarks_;
+};
+
+}  // namespace bokfolio::internal
