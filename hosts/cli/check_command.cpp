@@ -2,14 +2,22 @@
 
 #include <memory>
 
+#include "check_report.hpp"
 #include "commands.hpp"
 #include "document_check.hpp"
 #include "failure.hpp"
+#include "repair.hpp"
 #include "session.hpp"
 
 namespace bokfolio::cli {
 
 namespace {
+
+struct CheckOptions {
+  bool rebuildSums = false;
+  bool repair = false;
+  std::string to;
+};
 
 std::string counted(std::size_t count, const std::string& one, const std::string& many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
@@ -31,18 +39,26 @@ Json countsJson(const DocumentCheck::Counts& counts) {
           {"rows", counts.rows}};
 }
 
-Session openedForCheck(Host& host, bool rebuildSums) {
-  if (!rebuildSums) return Session::reading(host);
-  Session session = Session::writing(host);
+void check(Host& host, const CheckOptions& options) {
+  if (options.repair) return repair(host, options.to);
+  if (!options.to.empty()) {
+    throw Failure(ExitStatus::Usage, "--to is for --repair", "give both");
+  }
+  const Session session = options.rebuildSums ? Session::writing(host) : Session::reading(host);
+  if (options.rebuildSums) rebuildSums(session);
+  reportCheck(host, session);
+}
+
+}  // namespace
+
+void rebuildSums(const Session& session) {
   std::optional<Error> error;
   bool rebuilt = false;
   session.read([&] { rebuilt = session.context().rebuildSums(&error); });
-  if (!rebuilt) throw Failure(ExitStatus::Document, error->localizedDescription());
-  return session;
+  if (!rebuilt) throw documentFailure(error, session.path());
 }
 
-void check(Host& host, bool rebuildSums) {
-  const Session session = openedForCheck(host, rebuildSums);
+void reportCheck(Host& host, const Session& session, Json answer, bool lost) {
   Json findings = Json::array();
   DocumentCheck document(host, session.context(), [&](const Finding& finding) {
     const char* weight = finding.weight == Finding::Weight::Fault ? "fault" : "remark";
@@ -53,16 +69,17 @@ void check(Host& host, bool rebuildSums) {
         {{"weight", weight}, {"subject", finding.subject}, {"message", finding.message}});
   });
   const DocumentCheck::Counts counts = document.run();
+  const bool sound = counts.faults == 0 && !lost;
   if (host.json()) {
-    host.print(Json{
-        {"sound", counts.faults == 0}, {"findings", findings}, {"checked", countsJson(counts)}});
-  } else if (counts.faults > 0 || !host.options.quiet) {
+    answer["sound"] = sound;
+    answer["findings"] = findings;
+    answer["checked"] = countsJson(counts);
+    host.print(answer);
+  } else if (!sound || !host.options.quiet) {
     host.printLine(summary(counts));
   }
-  if (counts.faults > 0) host.exitStatus = ExitStatus::Refused;
+  if (!sound) host.exitStatus = ExitStatus::Refused;
 }
-
-}  // namespace
 
 void addCheckCommand(CLI::App& app, Host& host) {
   CLI::App* command = app.add_subcommand("check", "Check every invariant of the document");
@@ -71,11 +88,21 @@ void addCheckCommand(CLI::App& app, Host& host) {
       "struck\n"
       "rows tell who and when, both sides of every relationship agree... Exit status 1 when a "
       "fault\n"
-      "is found; remarks are no faults.");
-  const auto rebuildSums = std::make_shared<bool>(false);
-  command->add_flag("--rebuild-sums", *rebuildSums,
+      "is found; remarks are no faults.\n"
+      "\n"
+      "--repair makes indexes and sums anew, after a copy NAME.before-repair-DATE.bak. What it\n"
+      "cannot mend it leaves untouched: it writes all that can be read to a new document,\n"
+      "NAME-repaired, lists what was lost and checks the new one. Exit status 1 also when\n"
+      "something was lost.");
+  const auto options = std::make_shared<CheckOptions>();
+  command->add_flag("--rebuild-sums", options->rebuildSums,
                     "Add up anew first what the document keeps of balances");
-  onRun(command, host, [rebuildSums](Host& h) { check(h, *rebuildSums); });
+  command->add_flag("--repair", options->repair, "Mend the document, or save what can be read");
+  command
+      ->add_option("--to", options->to,
+                   "With --repair: leave the document as it is, save what can be read here")
+      ->type_name("PATH");
+  onRun(command, host, [options](Host& h) { check(h, *options); });
 }
 
 }  // namespace bokfolio::cli

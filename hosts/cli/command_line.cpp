@@ -33,7 +33,7 @@ A first book:
 
 Exit status:
   0  done
-  1  refused by a rule of bookkeeping, or `check` found faults
+  1  refused by a rule of bookkeeping, or `check` found faults or losses
   2  the command line cannot be understood
   3  the document cannot be found, opened, created or written
   4  a file to be read cannot be read, or is malformed
@@ -182,6 +182,7 @@ void build(CLI::App& app, Host& host) {
   addCompanyCommands(app, host);
   addRatesCommand(app, host);
   addCheckCommand(app, host);
+  addBackupCommand(app, host);
   addAddressCommand(app, host);
   addHelpCommand(app, host);
   app.footer(kFooter);

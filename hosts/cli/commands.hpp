@@ -33,6 +33,7 @@ void addRatesCommand(CLI::App& app, Host& host);
 void addArticleCommands(CLI::App& app, Host& host);
 void addInvoiceCommands(CLI::App& app, Host& host);
 void addCheckCommand(CLI::App& app, Host& host);
+void addBackupCommand(CLI::App& app, Host& host);
 void addAddressCommand(CLI::App& app, Host& host);
 
 // The parts of `entry`.

@@ -32,7 +32,7 @@ std::string remedyFor(PersistenceError code) {
     case PersistenceError::Full:
       return "make room, then try again";
     case PersistenceError::Damaged:
-      return "go on with a copy from before the damage";
+      return "'bokfolio check --repair' saves what can be read; a copy from before is better";
     case PersistenceError::AlreadyExists:
       return "choose another name";
     default:

@@ -14,7 +14,7 @@ namespace bokfolio::cli {
 // Told to users by --help; scripts rely on them.
 enum class ExitStatus : int {
   Done = 0,
-  Refused = 1,   // a rule of bookkeeping said no, or `check` found faults
+  Refused = 1,   // a rule of bookkeeping said no, or `check` found faults or losses
   Usage = 2,     // the command line cannot be understood
   Document = 3,  // the document cannot be found, opened, created or written
   Input = 4,     // a file to be read cannot be read, or is malformed

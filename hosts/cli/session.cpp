@@ -1,12 +1,16 @@
 #include "session.hpp"
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "bokfolio/model/document.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
+#include "copy_names.hpp"
 #include "failure.hpp"
 
 namespace bokfolio::cli {
@@ -24,19 +28,25 @@ std::vector<std::string> documentsHere() {
       found.push_back(file.path().filename().string());
     }
   }
-  return found;
+  // A document and its backups are one document.
+  const auto isBackup = [&](const std::string& name) {
+    return std::any_of(found.begin(), found.end(),
+                       [&](const std::string& document) { return isBackupOf(name, document); });
+  };
+  std::vector<std::string> documents;
+  std::copy_if(found.begin(), found.end(), std::back_inserter(documents), std::not_fn(isBackup));
+  return documents;
 }
 
-std::string documentMeant(const Options& options) {
-  if (!options.document.empty()) return options.document;
-  const std::vector<std::string> found = documentsHere();
-  if (found.size() == 1) return found.front();
-  throw Failure(ExitStatus::Document,
-                found.empty() ? "there is no document in this folder"
-                              : "there are several documents in this folder",
-                found.empty() ? "name one with -d FILE, or make one with 'bokfolio new FILE'"
-                              : "name one with -d FILE");
+std::unique_ptr<Context> openOrFail(Host& host, const std::string& path, OpenMode mode) {
+  std::optional<Error> error;
+  auto context = openDocument(path, mode, host.environment(), &error);
+  if (context) return context;
+  throw documentFailure(error, path)
+      .advise("name another with -d FILE, or make one with 'bokfolio new FILE'");
 }
+
+}  // namespace
 
 // The engine begins its sentences with the file, which our lines do in another form.
 Failure documentFailure(std::optional<Error> error, const std::string& path) {
@@ -54,27 +64,29 @@ Failure documentFailure(std::optional<Error> error, const std::string& path) {
   return failure;
 }
 
-std::unique_ptr<Context> openOrFail(Host& host, const std::string& path, OpenMode mode) {
-  std::optional<Error> error;
-  auto context = openDocument(path, mode, host.environment(), &error);
-  if (context) return context;
-  throw documentFailure(error, path)
-      .advise("name another with -d FILE, or make one with 'bokfolio new FILE'");
+std::string Session::documentMeant(Host& host) {
+  const Options& options = host.options;
+  if (!options.document.empty()) return options.document;
+  const std::vector<std::string> found = documentsHere();
+  if (found.size() == 1) return found.front();
+  throw Failure(ExitStatus::Document,
+                found.empty() ? "there is no document in this folder"
+                              : "there are several documents in this folder",
+                found.empty() ? "name one with -d FILE, or make one with 'bokfolio new FILE'"
+                              : "name one with -d FILE");
 }
-
-}  // namespace
 
 Session::Session(Host& host, std::string path, std::unique_ptr<Context> context)
     : host_(&host), path_(std::move(path)), context_(std::move(context)) {}
 
 Session Session::reading(Host& host) {
-  std::string path = documentMeant(host.options);
+  std::string path = documentMeant(host);
   auto context = openOrFail(host, path, OpenMode::ReadOnly);
   return {host, std::move(path), std::move(context)};
 }
 
 Session Session::writing(Host& host) {
-  std::string path = documentMeant(host.options);
+  std::string path = documentMeant(host);
   auto context = openOrFail(host, path, OpenMode::ReadWrite);
   return {host, std::move(path), std::move(context)};
 }

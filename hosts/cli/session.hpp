@@ -4,9 +4,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "bokfolio/store/context.hpp"
+#include "failure.hpp"
 #include "host.hpp"
 
 namespace bokfolio::cli {
@@ -25,6 +27,9 @@ class Session {
   const Environment& environment() const { return context_->environment(); }
   const std::string& path() const { return path_; }
 
+  // The path of the document that is meant, whether it can be opened or not.
+  static std::string documentMeant(Host& host);
+
   // Runs work that only reads; its failures name the document when they name nothing else.
   void read(const std::function<void()>& work) const;
   // Runs the work and saves. Whatever fails on the way, the document stays as it was.
@@ -38,5 +43,8 @@ class Session {
   std::string path_;
   std::unique_ptr<Context> context_;
 };
+
+// An engine's error about the document, as the line that users read.
+Failure documentFailure(std::optional<Error> error, const std::string& path);
 
 }  // namespace bokfolio::cli
