@@ -70,13 +70,15 @@ class BOKFOLIO_EXPORT Context {
   // The records of an entity that satisfy the predicate (nullopt: all), in the given order
   // (nullopt: unspecified, in fact ascending id), at most `fetchLimit` of them (-1 and 0: no
   // limit). Conditions compare stored values; unsaved changes count. nullopt when the engine
-  // reports an error, which is neither passed out nor logged. Throws UndefinedKeyError for an
-  // unknown entity or key.
+  // reports an error, which is neither passed out nor logged; fetchFailure() has its words, and
+  // what has changed by then can only be rolled back. Throws UndefinedKeyError for an unknown
+  // entity or key.
   std::optional<std::vector<Record*>> fetchEntitiesWithName(
       std::string_view entityName, const std::optional<Predicate>& predicate = std::nullopt,
       const std::optional<std::vector<SortDescriptor>>& sortDescriptors = std::nullopt,
       std::ptrdiff_t fetchLimit = -1);
-  // Why the latest fetch that failed did.
+  // Why the latest fetch that failed since the last save or rollback did, "" when none failed: for
+  // hosts that show what they were answered.
   const std::string& fetchFailure() const;
   // The same for a class; a failed fetch is empty.
   template <class T>
@@ -116,7 +118,8 @@ class BOKFOLIO_EXPORT Context {
   // Validates every inserted and updated record, then writes all changes at once. false: nothing is
   // changed, in memory or in the document. Errors: the record's own; in the store's domain 1550
   // when a record refused without an error, 1600 for a deletion that a Deny rule forbids; the
-  // engine's. While a save validates, hooks may change records, but saving, rolling back and undo
+  // engine's; in the engine's domain Failed when a fetch failed since the last save or rollback:
+  // what was taken for nothing may have been decided upon, and only a rollback helps. While a save validates, hooks may change records, but saving, rolling back and undo
   // throw StoreError.
   bool save(ErrorOut error = nullptr);
   // Back to the last saved state, exactly. Inserted records become shells. Transient values stay.

@@ -42,7 +42,8 @@ std::vector<Record*> highestNumbered(Context& context, std::string_view entityNa
       const auto highest = index.entries()[index.entries().previous(digits.to)].first;
       append(index, index.find({highest, highest}), records);
     }
-  } catch (const LoadError&) {
+  } catch (const LoadError& failure) {
+    context.parts().fetchFailure = failure.what();
     return {};
   }
   std::sort(records.begin(), records.end(), internal::ById{});

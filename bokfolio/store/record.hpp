@@ -5,6 +5,9 @@
 // stays valid until the context ends. A record whose deletion was saved, or whose insertion was
 // rolled back or undone, is an empty shell: using it throws RecordGoneError.
 //
+// What is not in memory yet is read when it is first touched: values, sets and sums throw LoadError
+// when the engine cannot deliver them then.
+//
 // Three ways to a value:
 //   typed accessors of the class      the class's rule, in C++
 //   valueForKey / setValueForKey      the same accessors, by name

@@ -12,7 +12,6 @@
 #include "bokfolio/platform/calendar.hpp"
 #include "bokfolio/platform/date_text.hpp"
 #include "bokfolio/store/context.hpp"
-#include "bokfolio/store/store_error.hpp"
 
 namespace bokfolio {
 
@@ -144,16 +143,12 @@ Predicate FiscalYear::invoicePredicate() const {
   return Predicate("date > %@ AND date < %@", {Value(start()), Value(end())});
 }
 
-// Up to and including the date. What cannot be read counts as none.
+// Up to and including the date.
 Decimal FiscalYear::netOnAccounts(AccountType type, std::optional<Date> date) const {
   Decimal sum;
   const auto accounts = managedObjectContext().fetch<Account>(
       Predicate("type == %d", {static_cast<std::int64_t>(type)}));
-  try {
-    for (const Account* account : accounts) sum += account->sumOfNets(*this, date, true);
-  } catch (const LoadError&) {
-    return {};
-  }
+  for (const Account* account : accounts) sum += account->sumOfNets(*this, date, true);
   return sum;
 }
 

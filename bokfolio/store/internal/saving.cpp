@@ -5,6 +5,7 @@
 
 #include "bokfolio/store/internal/query.hpp"
 #include "bokfolio/store/internal/store_parts.hpp"
+#include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/store_error.hpp"
 
 namespace bokfolio::internal {
@@ -129,8 +130,20 @@ ChangeSet changeSet(StoreParts& store) {
   return changes;
 }
 
+// Before validation, which would blame the record; and after it, since its hooks ask, too.
+bool restsOnUnread(StoreParts& store, ErrorOut error) {
+  if (store.fetchFailure.empty() || !hasChanges(store)) return false;
+  failPersistence(
+      error, PersistenceError::Failed,
+      "What these changes rest on could not be read, so that they must be taken back: " +
+          store.fetchFailure);
+  return true;
+}
+
 bool validateAndCommit(StoreParts& store, ErrorOut error) {
-  if (!validateChanges(store, error) || !validateDeletions(store, error)) return false;
+  if (restsOnUnread(store, error) || !validateChanges(store, error) ||
+      !validateDeletions(store, error) || restsOnUnread(store, error))
+    return false;
   const ChangeSet changes = changeSet(store);
   if (!changes.empty() && !store.persistence->commit(changes, error)) return false;
   for (const RecordChange& change : changes.changes)
@@ -162,6 +175,7 @@ bool hasChanges(StoreParts& store) {
 
 bool save(StoreParts& store, ErrorOut error) {
   Journal& journal = store.journal;
+  const std::string unreadBefore = store.fetchFailure;
   journal.beginTrial();
   bool done = false;
   try {
@@ -176,6 +190,8 @@ bool save(StoreParts& store, ErrorOut error) {
   }
   if (!done) {
     journal.takeBackTrial();
+    // What only the validation could not read, is read by the next attempt.
+    store.fetchFailure = unreadBefore;
     return false;
   }
   journal.keepTrial();

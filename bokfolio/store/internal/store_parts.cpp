@@ -371,6 +371,7 @@ void StoreParts::linkLater(const Record& owner, const Property& toMany, Record& 
 
 void StoreParts::settle() {
   laterLinks_.clear();
+  fetchFailure.clear();
   for (EntityRecords& records : entities) {
     if (records.byLookup())
       for (internal::Index& index : records.indexes)

@@ -91,6 +91,8 @@ struct StoreParts {
   internal::SavedRecords savedRecords;
   internal::Observers observers;
   internal::Journal journal;
+  // Why a fetch since the last save or rollback has failed. Whoever asked took it for an answer of
+  // none: a number given twice, a record made anew. So nothing is saved until a rollback.
   std::string fetchFailure;
   std::shared_ptr<int> life;  // expires with the context; deferred calls hold it weakly
 

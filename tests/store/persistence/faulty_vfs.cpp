@@ -134,4 +134,6 @@ void FaultyVfs::set(Trap trap, int operation, int code) {
 
 bool FaultyVfs::sprung() const { return state.left <= 0; }
 
+int FaultyVfs::left() const { return state.left; }
+
 }  // namespace bokfolio::test

@@ -23,6 +23,8 @@ class FaultyVfs {
   void set(Trap trap, int operation, int code = 0);
   // Whether the trap was reached.
   bool sprung() const;
+  // Operations until then.
+  int left() const;
 };
 
 }  // namespace bokfolio::test

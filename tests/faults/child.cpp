@@ -1,0 +1,101 @@
+#include "tests/faults/child.hpp"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+
+#include "tests/faults/firm.hpp"
+
+namespace bokfolio::faults {
+
+namespace {
+
+constexpr rlim_t kSeconds = 120;  // of the processor; nothing here takes a tenth of it
+
+void say(int pipe, const std::string& text) {
+  for (std::size_t at = 0; at < text.size();) {
+    const auto written = ::write(pipe, text.data() + at, text.size() - at);
+    if (written <= 0) return;
+    at += static_cast<std::size_t>(written);
+  }
+}
+
+[[noreturn]] void live(int pipe, const std::function<std::string()>& work) {
+  const rlimit limit{kSeconds, kSeconds};
+  ::setrlimit(RLIMIT_CPU, &limit);
+  try {
+    say(pipe, '+' + work());
+  } catch (const std::exception& failed) {
+    say(pipe, std::string("-") + failed.what());
+  }
+  ::_exit(0);
+}
+
+std::string listen(int pipe) {
+  std::string heard;
+  std::array<char, 4096> part{};
+  for (;;) {
+    const auto size = ::read(pipe, part.data(), part.size());
+    if (size <= 0) return heard;
+    heard.append(part.data(), static_cast<std::size_t>(size));
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> inChild(const std::function<std::string()>& work) {
+  int ends[2];
+  expect(::pipe(ends) == 0, "no pipe");
+  const pid_t child = ::fork();
+  expect(child >= 0, "no process");
+  if (child == 0) live(ends[1], work);
+  ::close(ends[1]);
+  const std::string heard = listen(ends[0]);
+  ::close(ends[0]);
+  int status = 0;
+  expect(::waitpid(child, &status, 0) == child, "a process got lost");
+  if (WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL)
+    throw Broken("the process ended with signal " + std::to_string(WTERMSIG(status)));
+  expect(WIFSIGNALED(status) || WEXITSTATUS(status) == 0, "the process ended with an error");
+  if (heard.starts_with('-')) throw Broken(heard.substr(1));
+  return heard.empty() ? std::nullopt : std::optional(heard.substr(1));
+}
+
+void killMeAfter(long microseconds) {
+  sigevent event{};
+  event.sigev_notify = SIGEV_SIGNAL;
+  event.sigev_signo = SIGKILL;
+  timer_t timer{};
+  expect(::timer_create(CLOCK_MONOTONIC, &event, &timer) == 0, "no timer");
+  itimerspec due{};
+  due.it_value.tv_sec = microseconds / 1'000'000;
+  due.it_value.tv_nsec = microseconds % 1'000'000 * 1000 + 1;
+  expect(::timer_settime(timer, 0, &due, nullptr) == 0, "no timer");
+}
+
+void limitFiles(std::optional<std::size_t> bytes) {
+  ::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{bytes ? static_cast<rlim_t>(*bytes) : RLIM_INFINITY, RLIM_INFINITY};
+  expect(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "no limit for files");
+}
+
+bool becomeNobody() {
+  constexpr uid_t kNobody = 65534;
+  if (::geteuid() != 0) return true;
+  return ::setresgid(kNobody, kNobody, kNobody) == 0 && ::setresuid(kNobody, kNobody, kNobody) == 0;
+}
+
+long microsecondsOf(const std::function<void()>& work) {
+  using Clock = std::chrono::steady_clock;
+  const auto start = Clock::now();
+  work();
+  return static_cast<long>(
+      std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
+}
+
+}  // namespace bokfolio::faults

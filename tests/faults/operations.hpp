@@ -1,0 +1,36 @@
+// What a host does with the firm's document, each thing with the save that ends it: for faults to
+// happen in the middle of.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bokfolio/platform/error.hpp"
+#include "bokfolio/store/context.hpp"
+
+namespace bokfolio::faults {
+
+struct Answer {
+  bool done = false;
+  std::optional<Error> error;
+  // What was read, for an operation that asks.
+  std::string figures;
+};
+
+struct Operation {
+  const char* name;
+  // May throw LoadError. It does not roll back.
+  Answer (*run)(Context& context);
+  bool fromOpening = false;  // opening the document is part of it
+};
+
+const std::vector<Operation>& operations();
+// The one of that name.
+const Operation& operation(const std::string& name);
+
+// Imports a file of so many vouchers, without saving.
+Answer importVouchers(Context& context, int vouchers);
+Answer saved(Context& context);
+
+}  // namespace bokfolio::faults
