@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <ctime>
@@ -17,33 +17,18 @@ namespace {
 
 constexpr rlim_t kSeconds = 120;  // of the processor; nothing here takes a tenth of it
 
-void say(int pipe, const std::string& text) {
-  for (std::size_t at = 0; at < text.size();) {
-    const auto written = ::write(pipe, text.data() + at, text.size() - at);
-    if (written <= 0) return;
-    at += static_cast<std::size_t>(written);
-  }
-}
-
 [[noreturn]] void live(int pipe, const std::function<std::string()>& work) {
   const rlimit limit{kSeconds, kSeconds};
   ::setrlimit(RLIMIT_CPU, &limit);
+  std::string said;
   try {
-    say(pipe, '+' + work());
+    said = '+' + work();
   } catch (const std::exception& failed) {
-    say(pipe, std::string("-") + failed.what());
+    said = std::string("-") + failed.what();
   }
-  ::_exit(0);
-}
-
-std::string listen(int pipe) {
-  std::string heard;
-  std::array<char, 4096> part{};
-  for (;;) {
-    const auto size = ::read(pipe, part.data(), part.size());
-    if (size <= 0) return heard;
-    heard.append(part.data(), static_cast<std::size_t>(size));
-  }
+  // A pipe takes so much at once.
+  const auto size = std::min<std::size_t>(said.size(), 65'536);
+  ::_exit(::write(pipe, said.data(), size) == static_cast<ssize_t>(size) ? 0 : 1);
 }
 
 }  // namespace
@@ -55,10 +40,12 @@ std::optional<std::string> inChild(const std::function<std::string()>& work) {
   expect(child >= 0, "no process");
   if (child == 0) live(ends[1], work);
   ::close(ends[1]);
-  const std::string heard = listen(ends[0]);
-  ::close(ends[0]);
   int status = 0;
   expect(::waitpid(child, &status, 0) == child, "a process got lost");
+  std::string heard(65'536, ' ');
+  heard.resize(
+      static_cast<std::size_t>(std::max<ssize_t>(::read(ends[0], heard.data(), heard.size()), 0)));
+  ::close(ends[0]);
   if (WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL)
     throw Broken("the process ended with signal " + std::to_string(WTERMSIG(status)));
   expect(WIFSIGNALED(status) || WEXITSTATUS(status) == 0, "the process ended with an error");

@@ -13,6 +13,9 @@ namespace bokfolio::faults {
 
 namespace {
 
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kHeader = 100;
+
 std::string valueIn(const std::string& text, const std::string& key) {
   const std::size_t at = text.find(key + '=');
   return at == std::string::npos ? "" : text.substr(at, text.find("; ", at) - at);
@@ -54,7 +57,7 @@ std::optional<Dump> readWhole(Context& context) {
 
 // Of each page: what it holds.
 std::vector<std::string> regions() {
-  static const Folder folder;
+  const TemporaryFolder folder;
   writeBytes(folder / "firm", sample().bytes);
   sqlite3* database = nullptr;
   sqlite3_open((folder / "firm").c_str(), &database);
@@ -87,8 +90,7 @@ Sight lookInChild(const std::string& path, OpenMode mode) {
 
 void meet(Table& table, const std::string& fault, const std::string& bytes, OpenMode mode,
           const std::string& where) {
-  static const Folder folder;
-  folder.clear();
+  const TemporaryFolder folder;
   writeBytes(folder / "firm", bytes);
   try {
     const Sight seen = lookInChild(folder / "firm", mode);
@@ -103,9 +105,16 @@ OpenMode modeOf(std::uint64_t number) {
   return number % 2 == 0 ? OpenMode::ReadWrite : OpenMode::ReadOnly;
 }
 
-void cut(Table& table, std::size_t size, std::uint64_t number) {
-  meet(table, "cut short", sample().bytes.substr(0, size), modeOf(number),
-       "after " + std::to_string(size) + " bytes");
+// Every page in turn, the header as often as a fifth of them; half of the time where there is
+// something, since pages are mostly empty.
+std::size_t placeOfFlip(std::uint64_t number, std::mt19937_64& random) {
+  const std::string& sound = sample().bytes;
+  if (number % 5 == 0) return random() % kHeader;
+  const std::size_t page = number % (sound.size() / kPage) * kPage;
+  std::size_t at = page + random() % kPage;
+  for (int attempt = 0; attempt < 200 && random() % 256 != 0 && sound[at] == 0; ++attempt)
+    at = number % 2 == 0 ? page + random() % kPage : at;
+  return at;
 }
 
 }  // namespace
@@ -128,18 +137,17 @@ Sight look(const std::string& path, OpenMode mode, const Dump& after) {
 }
 
 void damage(Table& table, std::uint64_t seed, std::uint64_t flips, std::uint64_t cuts) {
-  constexpr std::size_t kPage = 4096;
-  constexpr std::size_t kHeader = 100;
   std::mt19937_64 random(seed);
   const std::string& sound = sample().bytes;
   const std::size_t pages = sound.size() / kPage;
-  for (std::uint64_t number = 0; number < cuts; ++number)
-    cut(table, number % 2 == 0 ? number / 2 % pages * kPage : random() % sound.size(), number);
+  for (std::uint64_t number = 0; number < cuts; ++number) {
+    const std::size_t size = number % 2 == 0 ? number / 2 % pages * kPage : random() % sound.size();
+    meet(table, "cut short", sound.substr(0, size), modeOf(number),
+         "after " + std::to_string(size) + " bytes");
+  }
   const auto held = regions();
   for (std::uint64_t number = 0; number < flips; ++number) {
-    // Every page in turn, and the header as often as a fifth of them.
-    const bool header = number % 5 == 0;
-    const std::size_t at = header ? random() % kHeader : number % pages * kPage + random() % kPage;
+    const std::size_t at = placeOfFlip(number, random);
     const auto flip = static_cast<char>(1 + random() % 255);
     std::string bytes = sound;
     bytes[at] = static_cast<char>(bytes[at] ^ flip);

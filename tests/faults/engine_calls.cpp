@@ -15,53 +15,44 @@ const std::shared_ptr<const Schema>& schema() {
   return made;
 }
 
-// The sample in memory.
-const std::shared_ptr<MemoryDocument>& memorySample() {
-  static const std::shared_ptr<MemoryDocument> made = [] {
+// A copy of the sample in memory.
+std::shared_ptr<MemoryDocument> copyInMemory() {
+  static const auto original = [] {
     auto document = std::make_shared<MemoryDocument>();
-    const auto context =
-        Context::open(schema(), makeMemoryPersistence(document), world().environment);
-    makeFirm(*context);
+    makeFirm(*Context::open(schema(), makeMemoryPersistence(document), world().environment));
     return document;
   }();
-  return made;
+  static int copies = 0;
+  const std::string name = "copy " + std::to_string(++copies);
+  const auto engine = makeMemoryPersistence(original);
+  expect(engine->open(*schema(), nullptr) && engine->backup(name, nullptr), "a copy is made");
+  return original->backup(name);
 }
 
 // One copy of the sample behind an engine that can be told to fail.
-class Bench {
- public:
-  Bench(Engine engine, const std::string& path) : engine_(engine), path_(path) {
-    if (engine_ == Engine::Sqlite) {
-      writeBytes(path_, sample().bytes);
-      return;
-    }
-    const auto copying = makeMemoryPersistence(memorySample());
-    const std::string name = "copy " + std::to_string(++copies_);
-    expect(copying->open(*schema(), nullptr) && copying->backup(name, nullptr), "a copy is made");
-    memory_ = memorySample()->backup(name);
+struct Bench {
+  Bench(Engine kind, const std::string& path) {
+    if (kind == Engine::Sqlite) writeBytes(path, sample().bytes);
+    make = [path, memory = kind == Engine::Memory ? copyInMemory() : nullptr] {
+      return memory != nullptr
+                 ? makeMemoryPersistence(memory)
+                 : makeSqlitePersistence({path, OpenMode::ReadWrite, "1", world().clock, 0});
+    };
   }
 
   bool open(ErrorOut error = nullptr) {
-    context_ = nullptr;
+    opened = nullptr;
     beginAnew();
-    auto made = engine_ == Engine::Memory
-                    ? makeMemoryPersistence(memory_)
-                    : makeSqlitePersistence({path_, OpenMode::ReadWrite, "1", world().clock, 0});
-    context_ = Context::open(schema(), makeFaultInjectingPersistence(std::move(made), faults),
-                             world().environment, error);
-    return context_ != nullptr;
+    opened = Context::open(schema(), makeFaultInjectingPersistence(make(), faults),
+                           world().environment, error);
+    return opened != nullptr;
   }
-  bool isOpen() const { return context_ != nullptr; }
-  Context& context() { return *context_; }
+  bool isOpen() const { return opened != nullptr; }
+  Context& context() const { return *opened; }
 
+  std::function<std::unique_ptr<Persistence>()> make;
   std::shared_ptr<PersistenceFaults> faults = std::make_shared<PersistenceFaults>();
-
- private:
-  static inline int copies_ = 0;
-  Engine engine_;
-  std::string path_;
-  std::shared_ptr<MemoryDocument> memory_;
-  std::unique_ptr<Context> context_;
+  std::unique_ptr<Context> opened;
 };
 
 struct Trial {
@@ -130,8 +121,7 @@ std::uint64_t succeed(Trial& trial) {
   if (trial.operation.fromOpening) expect(bench.open(), "the sample opens");
   const std::uint64_t start = trial.operation.fromOpening ? 0 : bench.faults->calls();
   const Answer answer = attempt(bench, trial.operation);
-  expect(answer.done, "refused without a fault: " +
-                          (answer.error ? answer.error->localizedDescription() : "no words"));
+  expect(answer.done, "refused without a fault: " + answer.sentence());
   const std::uint64_t calls = bench.faults->calls() - start;
   trial.figures = answer.figures;
   trial.after = dumpOf(bench.context());
@@ -164,8 +154,7 @@ void failOne(Table& table, const Trial& trial, std::uint64_t call, PersistenceEr
     expect(bench.open(), "the document does not open");
   }
   const Answer again = attempt(bench, trial.operation);
-  expect(again.done, "refused without a fault: " +
-                         (again.error ? again.error->localizedDescription() : "no words"));
+  expect(again.done, "refused without a fault: " + again.sentence());
   expectNew(bench, trial, again, reopened ? Ids::AsStored : Ids::ByPlace);
 }
 
@@ -173,7 +162,7 @@ void failOne(Table& table, const Trial& trial, std::uint64_t call, PersistenceEr
 
 void failEngineCalls(Table& table, Engine engine, const Operation& operation,
                      const std::vector<PersistenceError>& codes) {
-  const Folder folder;
+  const TemporaryFolder folder;
   Trial trial{operation, engine, folder / "firm", {}, {}, {}, ""};
   const std::uint64_t calls = succeed(trial);
   for (std::uint64_t call = 1; call <= calls; ++call) {

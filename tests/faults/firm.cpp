@@ -1,10 +1,11 @@
 #include "tests/faults/firm.hpp"
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
+#include "bokfolio/interchange/sie/sie_importer.hpp"
+#include "bokfolio/interchange/sie/sie_reader.hpp"
 #include "bokfolio/model/document.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
@@ -13,9 +14,7 @@
 #include "bokfolio/model/ledger/book.hpp"
 #include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/entry_image.hpp"
-#include "bokfolio/model/ledger/fiscal_year.hpp"
 #include "bokfolio/model/ledger/row.hpp"
-#include "bokfolio/model/ledger/tag.hpp"
 #include "bokfolio/model/supplier/supplier_invoice.hpp"
 #include "bokfolio/model/supplier/supplier_invoice_line.hpp"
 
@@ -29,72 +28,47 @@ Account* account(Context& context, std::int64_t number) {
   return Account::accountWithNumber(number, context);
 }
 
-Account* addAccount(Context& context, std::int64_t number, AccountType type) {
-  auto* made = context.insert<Account>();
-  made->setNumber(number);
-  made->setType(type);
-  made->setName("Account " + std::to_string(number));
-  return made;
-}
-
-void addRow(Entry* entry, Account* account, const Decimal& amount, Tag* tag = nullptr) {
-  auto* row = entry->managedObjectContext().insert<Row>();
-  row->setAccount(account);
-  row->setTag(tag);
-  amount.isNegative() ? row->setCredit(-amount) : row->setDebit(amount);
-  row->setEntry(entry);
-}
-
-Entry* addEntry(Context& context, const std::string& name, Date date, const Decimal& amount,
-                Tag* tag) {
-  auto* entry = context.insert<Entry>();
-  entry->setNumber(std::nullopt);
-  entry->setName(name);
-  entry->setDate(date);
-  addRow(entry, account(context, 4010), amount, tag);
-  addRow(entry, account(context, 1930), -amount);
-  return entry;
-}
-
-void addEntries(Context& context) {
-  auto* tag = context.insert<Tag>();
-  tag->setNumber(1);
-  context.insert<Tag>()->setNumber(2);
-  for (int count = 1; count <= 24; ++count) {
-    const Date date = test::cetDate(2008 + count / 13, count % 12 + 1, 7, 12);
-    Entry* entry =
-        addEntry(context, "Purchase " + std::to_string(count), date,
-                 Decimal(count * 100) + Decimal(count) / 100, count % 3 == 0 ? tag : nullptr);
-    expect(entry->fileMe().has_value(), "a purchase is filed");
-    if (count != 20) continue;
-    auto* scan = context.insert<EntryImage>();
-    scan->setImage(Bytes(20'000, 'x'));
-    scan->setEntry(entry);
+// A voucher a month, every third one tagged.
+std::string vouchersOfTwoYears() {
+  std::ostringstream text;
+  text << "#FLAGGA 0\n#SIETYP 4\n#RAR 0 20090101 20091231\n#RAR -1 20080101 20081231\n"
+          "#DIM 1 Department\n#OBJEKT 1 \"1\" Shop\n#OBJEKT 1 \"2\" Yard\n";
+  for (const int number : {1910, 1930, 1510, 2440, 2611, 2641, 3001, 3740, 3960, 4010, 7960, 8999})
+    text << "#KONTO " << number << " \"Account " << number << "\"\n";
+  text << "#KTYP 2641 T\n#KTYP 3740 I\n#KTYP 8999 K\n";
+  for (int number = 1; number <= 24; ++number) {
+    const std::string tag = number % 3 == 0 ? "{1 \"1\"} " : "{} ";
+    text << "#VER A " << number << " 200" << 8 + number / 13 << (number % 12 < 9 ? "0" : "")
+         << number % 12 + 1 << "07 \"Purchase " << number << "\"\n{\n#TRANS 4010 " << tag
+         << number * 100 << ".25\n#TRANS 1930 {} -" << number * 100 << ".25\n}\n";
   }
-  addEntry(context, "Waiting", test::cetDate(2009, 1, 15, 12), 55, nullptr);
+  return text.str();
 }
 
-Invoice* addInvoice(Context& context, std::int64_t number, Article* article) {
-  auto* invoice = context.insert<Invoice>();
-  invoice->setNumber(number);
-  invoice->setBook(Book::currentBookInContext(context));
-  invoice->setLanguage("en");
-  invoice->setCompany("Customer " + std::to_string(number));
-  invoice->setCurrency("SEK");
-  for (int count = 1; count <= 2; ++count) {
-    auto* line = context.insert<InvoiceLine>();
-    line->setArticle(article);
-    line->setQuantity(count);
-    line->setPrice(Decimal(400));
-    line->setVat(Decimal(25));
-    line->setInvoice(invoice);
-    line->setNumber(count);
+bool importText(Context& context, const std::string& text, ErrorOut error) {
+  const auto file = readSie(text);
+  expect(file.has_value(), "a file of vouchers can be read");
+  return importSie(context, *file, {}, error).has_value();
+}
+
+// One with a picture, and one that waits for its number.
+void addToEntries(Context& context) {
+  auto* scan = context.insert<EntryImage>();
+  scan->setImage(Bytes(20'000, 'x'));
+  scan->setEntry(context.fetchFirst<Entry>(Predicate("name == 'Purchase 20'")));
+  auto* waiting = context.insert<Entry>();
+  waiting->setNumber(std::nullopt);
+  waiting->setName("Waiting");
+  waiting->setDate(test::cetDate(2009, 1, 15, 12));
+  for (const bool debit : {true, false}) {
+    auto* row = context.insert<Row>();
+    row->setAccount(account(context, debit ? 4010 : 1930));
+    debit ? row->setDebit(Decimal(55)) : row->setCredit(Decimal(55));
+    row->setEntry(waiting);
   }
-  return invoice;
 }
 
-// 1 is to be sent, 2 was sent, 3 is paid in part, 4 in full.
-void addInvoices(Context& context) {
+Article* addArticle(Context& context) {
   auto* article = context.insert<Article>();
   article->setName("Table");
   article->setNumber("1");
@@ -102,14 +76,29 @@ void addInvoices(Context& context) {
   article->setPrice(Decimal(400));
   article->setSalesAccount(account(context, 3001));
   article->setVatAccount(account(context, 2611));
-  const Decimal payments[] = {0, 0, 500, 1500};
+  return article;
+}
+
+// 1 is to be sent, 2 was sent, 3 is paid in part, 4 in full.
+void addInvoices(Context& context) {
+  Article* article = addArticle(context);
   for (int number = 1; number <= 4; ++number) {
-    Invoice* invoice = addInvoice(context, number, article);
-    if (number > 1) expect(invoice->sendMeWithExchangeRate(std::nullopt), "an invoice is sent");
-    if (number > 2)
-      expect(invoice->payMeWithFinalAmount(payments[number - 1], kNow, number == 4,
-                                           account(context, 1930)),
-             "an invoice is paid");
+    auto* invoice = context.insert<Invoice>();
+    invoice->setNumber(number);
+    invoice->setBook(Book::currentBookInContext(context));
+    invoice->setLanguage("en");
+    invoice->setCompany("Customer");
+    invoice->setCurrency("SEK");
+    auto* line = context.insert<InvoiceLine>();
+    line->setInvoice(invoice);
+    line->setArticle(article);
+    line->setPrice(Decimal(1200));
+    line->setQuantity(1);
+    line->setVat(Decimal(25));
+    expect(number < 2 || invoice->sendMeWithExchangeRate(std::nullopt), "an invoice is sent");
+    expect(number < 3 || invoice->payMeWithFinalAmount(Decimal(number == 4 ? 1500 : 500), kNow,
+                                                       number == 4, account(context, 1930)),
+           "an invoice is paid");
   }
 }
 
@@ -127,6 +116,7 @@ void addBill(Context& context) {
   }
 }
 
+// Each record with its place, counted from 1.
 std::map<const Record*, std::string> placesOf(Context& context) {
   std::map<const Record*, std::string> places;
   for (const Entity& entity : context.schema().entities()) {
@@ -156,24 +146,30 @@ void beginAnew() {
 
 void makeFirm(Context& context) {
   Book* book = Book::createDefaultInContext(context);
+  expect(importText(context, vouchersOfTwoYears(), nullptr), "two years are imported");
   book->setCurrency("SEK");
-  using enum AccountType;
-  for (const std::int64_t number : {1910, 1930, 1510, 2641}) addAccount(context, number, Asset);
-  for (const std::int64_t number : {2440, 2611}) addAccount(context, number, DebtAndEquity);
-  for (const std::int64_t number : {3001, 3740, 3960}) addAccount(context, number, Income);
-  for (const std::int64_t number : {4010, 7960, 8999}) addAccount(context, number, Cost);
   book->setAccountsReceivable(account(context, 1510));
   book->setRoundingAccount(account(context, 3740));
   book->setCurrencyGains(account(context, 3960));
   book->setCurrencyLosses(account(context, 7960));
   book->setResults(account(context, 8999));
-  FiscalYear::createFiscalYearWithDate(test::cetDate(2008, 7, 1), context);
-  addEntries(context);
+  addToEntries(context);
   addInvoices(context);
   addBill(context);
   beginAnew();
   std::optional<Error> error;
   expect(context.save(&error), error ? error->localizedDescription() : "saved");
+}
+
+bool importVouchers(Context& context, int vouchers, ErrorOut error) {
+  std::ostringstream text;
+  text << "#FLAGGA 0\n#SIETYP 4\n#RAR 0 20090101 20091231\n#KONTO 1930 Bank\n#KONTO 5010 Rent\n"
+          "#DIM 1 Department\n#OBJEKT 1 \"7\" Shed\n#IB 0 1930 1000\n#IB 0 2440 -1000\n";
+  for (int number = 1; number <= vouchers; ++number)
+    text << "#VER A " << number << " 200903" << 10 + number % 20 << " \"Voucher " << number
+         << "\"\n{\n#TRANS 5010 {1 \"7\"} " << number << ".25\n#TRANS 1930 {} -" << number
+         << ".25\n}\n";
+  return importText(context, text.str(), error);
 }
 
 Dump dumpOf(Context& context, Ids ids) {
@@ -183,14 +179,11 @@ Dump dumpOf(Context& context, Ids ids) {
   };
   const auto textOf = [&](const Value& value) {
     if (const Record* record = value.record()) return nameOf(record);
-    if (const RecordSet* set = value.records()) {
-      std::string text;
-      for (const Record* member : set->snapshot()) text += nameOf(member) + ' ';
-      return text;
-    }
-    if (const Bytes* bytes = value.bytes())
-      return std::to_string(std::hash<std::string>()(std::string(bytes->begin(), bytes->end())));
-    return value.description();
+    if (const Bytes* bytes = value.bytes()) return std::string(bytes->begin(), bytes->end());
+    if (value.records() == nullptr) return value.description();
+    std::string text;
+    for (const Record* member : value.records()->snapshot()) text += nameOf(member) + ' ';
+    return text;
   };
   Dump all;
   for (const auto& [record, place] : places) {
@@ -225,18 +218,12 @@ std::string unsoundness(Context& context) {
   return found.empty() ? "" : found.front();
 }
 
-Folder::Folder() : path_((std::filesystem::temp_directory_path() / "faults-XXXXXX").string()) {
-  if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no folder can be made: " + path_);
-}
-
-Folder::~Folder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-void Folder::clear() const {
-  for (const auto& each : std::filesystem::directory_iterator(path_))
-    std::filesystem::remove_all(each.path());
+std::unique_ptr<Context> opened(const std::string& path, OpenMode mode) {
+  std::optional<Error> error;
+  beginAnew();
+  auto context = openDocument(path, mode, world().environment, &error);
+  expect(context != nullptr, error ? error->localizedDescription() : "not opened, without words");
+  return context;
 }
 
 std::string bytesOf(const std::string& path) {
@@ -250,14 +237,11 @@ void writeBytes(const std::string& path, const std::string& bytes) {
 
 const Sample& sample() {
   static const Sample made = [] {
-    const Folder folder;
+    const TemporaryFolder folder;
     beginAnew();
-    auto context = createDocument(folder / "firm", world().environment);
-    expect(context != nullptr, "a document is made");
-    makeFirm(*context);
-    context = nullptr;
-    context = openDocument(folder / "firm", OpenMode::ReadOnly, world().environment);
-    expect(context != nullptr && unsoundness(*context).empty(), "the sample is sound");
+    makeFirm(*createDocument(folder / "firm", world().environment));
+    const auto context = opened(folder / "firm", OpenMode::ReadOnly);
+    expect(unsoundness(*context).empty(), "the sample is sound");
     return Sample{bytesOf(folder / "firm"), dumpOf(*context)};
   }();
   return made;

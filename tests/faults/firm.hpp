@@ -1,6 +1,6 @@
-// The firm whose document is put through faults: a year and a half of entries, invoices in every
-// state, a bill, a scanned receipt. And what is asked of its document after each fault: whether it
-// is sound, and what exactly is in it. Only the library's public face is used.
+// The firm whose document is put through faults: two years of entries, invoices in every state, a
+// bill, a scanned receipt. And what is asked of its document after each fault: whether it is sound,
+// and what exactly is in it. Only the library's public face is used.
 #pragma once
 
 #include <map>
@@ -9,11 +9,15 @@
 #include <string>
 
 #include "bokfolio/store/context.hpp"
+#include "bokfolio/store/persistence/sqlite/sqlite_persistence.hpp"
+#include "tests/conformance/places.hpp"
 #include "tests/world/world.hpp"
 
 namespace bokfolio::faults {
 
-// The promise was broken: state lost, a fault without words, an exception that no header names.
+using test::TemporaryFolder;
+
+// The promise was broken: state lost, a failure without words, an exception that no header names.
 class Broken : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -21,13 +25,15 @@ class Broken : public std::runtime_error {
 
 void expect(bool holds, const std::string& what);
 
-// The world of all documents. Faults come and go within one instant.
+// The world of all documents. Faults come and go within one instant: beginAnew drops what waits for
+// its moment and sets the clock back.
 test::TestWorld& world();
-// Drops what waits for its moment and sets the clock back, for the next attempt.
 void beginAnew();
 
 // Fills a new document and saves it.
 void makeFirm(Context& context);
+// Imports so many vouchers, without saving.
+bool importVouchers(Context& context, int vouchers, ErrorOut error = nullptr);
 
 // Every stored key of every record: "Row 12" to "debit=100; account=3; ...". References by id, or
 // by the place of the record among those of its entity: what was made, taken back and made again
@@ -42,24 +48,8 @@ std::string difference(const Dump& expected, const Dump& seen);
 // What the store and its engine find wrong, "" when nothing. Throws LoadError.
 std::string unsoundness(Context& context);
 
-// A folder of its own, gone with it.
-class Folder {
- public:
-  Folder();
-  ~Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::string operator/(const std::string& name) const { return path_ + '/' + name; }
-  const std::string& path() const { return path_; }
-  static std::string of(const std::string& path) { return path.substr(0, path.rfind('/')); }
-  // Empties it.
-  void clear() const;
-
- private:
-  std::string path_;
-};
-
+// A document that must open.
+std::unique_ptr<Context> opened(const std::string& path, OpenMode mode = OpenMode::ReadWrite);
 std::string bytesOf(const std::string& path);
 void writeBytes(const std::string& path, const std::string& bytes);
 

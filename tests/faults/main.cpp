@@ -77,14 +77,14 @@ int main(int count, char** words) {
     return 2;
   }
   Table table;
+  std::string end = "seed " + std::to_string(options.seed);
+  bool kept = true;
   try {
     run(options, table);
   } catch (const std::exception& broken) {
-    std::printf("%s\nseed %llu: %s\n", table.text(options.markdown).c_str(),
-                static_cast<unsigned long long>(options.seed), broken.what());
-    return 1;
+    kept = false;
+    end += std::string(": ") + broken.what();
   }
-  std::printf("%sseed %llu\n", table.text(options.markdown).c_str(),
-              static_cast<unsigned long long>(options.seed));
-  return 0;
+  std::printf("%s\n%s\n", table.text(options.markdown).c_str(), end.c_str());
+  return kept ? 0 : 1;
 }

@@ -1,10 +1,5 @@
 #include "tests/faults/operations.hpp"
 
-#include <algorithm>
-#include <sstream>
-
-#include "bokfolio/interchange/sie/sie_importer.hpp"
-#include "bokfolio/interchange/sie/sie_reader.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
@@ -150,8 +145,9 @@ Answer settleBill(Context& context) {
 }
 
 Answer importFile(Context& context) {
-  Answer answer = importVouchers(context, 8);
-  return answer.done ? saved(context) : answer;
+  std::optional<Error> error;
+  if (!importVouchers(context, 8, &error)) return refused(error);
+  return saved(context);
 }
 
 Answer deleteRecords(Context& context) {
@@ -185,8 +181,7 @@ Answer rebuild(Context& context) {
 }
 
 Answer backUp(Context& context) {
-  static const Folder folder;
-  folder.clear();
+  const TemporaryFolder folder;
   Answer answer;
   answer.done = context.persistence().backup(folder / "copy", &answer.error);
   return answer;
@@ -227,23 +222,6 @@ Answer saved(Context& context) {
   return answer;
 }
 
-Answer importVouchers(Context& context, int vouchers) {
-  std::ostringstream text;
-  text << "#FLAGGA 0\n#SIETYP 4\n#RAR 0 20090101 20091231\n#KONTO 1930 Bank\n#KONTO 5010 Rent\n"
-          "#DIM 1 Department\n#OBJEKT 1 \"7\" Shop\n#IB 0 1930 1000\n#IB 0 2440 -1000\n";
-  for (int number = 1; number <= vouchers; ++number) {
-    text << "#VER A " << number << " 200903" << 10 + number % 20 << " \"Voucher " << number
-         << "\"\n{\n#TRANS 5010 {1 \"7\"} " << number << ".25\n#TRANS 1930 {} -" << number
-         << ".25\n}\n";
-  }
-  Answer answer;
-  const auto file = readSie(text.str(), &answer.error);
-  expect(file.has_value(), "the file of vouchers can be read");
-  const auto report = importSie(context, *file, {}, &answer.error);
-  answer.done = report.has_value();
-  return answer;
-}
-
 const std::vector<Operation>& operations() {
   static const std::vector<Operation> all = {
       {"filing an entry", fileEntry},
@@ -264,11 +242,6 @@ const std::vector<Operation>& operations() {
       {"opening and filing", fileEntry, true},
   };
   return all;
-}
-
-const Operation& operation(const std::string& name) {
-  return *std::find_if(operations().begin(), operations().end(),
-                       [&](const Operation& each) { return name == each.name; });
 }
 
 }  // namespace bokfolio::faults

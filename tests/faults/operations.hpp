@@ -16,6 +16,8 @@ struct Answer {
   std::optional<Error> error;
   // What was read, for an operation that asks.
   std::string figures;
+
+  std::string sentence() const { return error ? error->localizedDescription() : "no words"; }
 };
 
 struct Operation {
@@ -26,11 +28,6 @@ struct Operation {
 };
 
 const std::vector<Operation>& operations();
-// The one of that name.
-const Operation& operation(const std::string& name);
-
-// Imports a file of so many vouchers, without saving.
-Answer importVouchers(Context& context, int vouchers);
 Answer saved(Context& context);
 
 }  // namespace bokfolio::faults

@@ -4,31 +4,20 @@
 
 #include <filesystem>
 #include <functional>
-#include <random>
 
 #include "bokfolio/model/document.hpp"
 #include "bokfolio/model/ledger/account.hpp"
 #include "tests/faults/child.hpp"
 #include "tests/faults/damage.hpp"
 #include "tests/faults/scenarios.hpp"
-#include "tests/faults/works.hpp"
-#include "tests/store/persistence/faulty_vfs.hpp"
 
 namespace bokfolio::faults {
 
 namespace {
 
 using enum PersistenceError;
-using test::FaultyVfs;
 
 constexpr PersistenceError kNone{};
-
-std::unique_ptr<Context> opened(const std::string& path, OpenMode mode = OpenMode::ReadWrite) {
-  beginAnew();
-  auto context = openDocument(path, mode, world().environment);
-  expect(context != nullptr, "a sound document is opened");
-  return context;
-}
 
 void expectCode(const std::optional<Error>& error, PersistenceError code) {
   expect(error && error->domain() == kPersistenceErrorDomain &&
@@ -53,9 +42,11 @@ struct Strange {
   bool asNobody = false;
 };
 
+std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
 void makeSample(const std::string& path) {
   writeBytes(path, sample().bytes);
-  ::chmod(Folder::of(path).c_str(), 0777);
+  ::chmod(folderOf(path).c_str(), 0777);
   ::chmod(path.c_str(), 0666);
 }
 
@@ -71,7 +62,7 @@ std::function<void(const std::string&)> withPermissions(mode_t folder, mode_t fi
   return [folder, file](const std::string& path) {
     makeSample(path);
     ::chmod(path.c_str(), file);
-    ::chmod(Folder::of(path).c_str(), folder);
+    ::chmod(folderOf(path).c_str(), folder);
   };
 }
 
@@ -98,17 +89,19 @@ std::vector<Strange> strangeFiles() {
       {"a format that never was", withVersion(0), ReadWrite, NotADocument},
       {"a file where a new one is wanted", makeSample, Create, AlreadyExists},
       {"a journal where a new file is wanted", journal, Create, AlreadyExists},
-      {"a file for reading only", withPermissions(0777, 0444), ReadWrite, PersistenceError::ReadOnly, true},
+      {"a file for reading only", withPermissions(0777, 0444), ReadWrite,
+       PersistenceError::ReadOnly, true},
       {"the same, for reading", withPermissions(0777, 0444), OpenMode::ReadOnly, kNone, true},
       {"a file of somebody else", withPermissions(0777, 0600), ReadWrite, Failed, true},
-      {"a folder for reading only", withPermissions(0555, 0666), ReadWrite, PersistenceError::ReadOnly, true},
+      {"a folder for reading only", withPermissions(0555, 0666), ReadWrite,
+       PersistenceError::ReadOnly, true},
       {"a new file in such a folder", withPermissions(0555, 0666), Create, AlreadyExists, true},
       {"a folder that is closed", withPermissions(0700, 0666), ReadWrite, Failed, true},
   };
 }
 
 void meetFile(Table& table, const Strange& strange) {
-  const Folder folder;
+  const TemporaryFolder folder;
   const std::string path = folder / "firm";
   const std::string fault = std::string("opened: ") + strange.name;
   strange.make(path);
@@ -138,7 +131,7 @@ void meetFile(Table& table, const Strange& strange) {
 void saveAround(Table& table, const char* fault, PersistenceError code,
                 const std::function<void(const std::string& path)>& spoil,
                 const std::function<void(const std::string& path)>& mend) {
-  const Folder folder;
+  const TemporaryFolder folder;
   const std::string path = folder / "firm";
   writeBytes(path, sample().bytes);
   const auto context = opened(path);
@@ -154,7 +147,7 @@ void saveAround(Table& table, const char* fault, PersistenceError code,
 }
 
 void meetNeighbours(Table& table) {
-  const Folder folder;
+  const TemporaryFolder folder;
   const std::string path = folder / "firm";
   writeBytes(path, sample().bytes);
   const auto writer = opened(path);
@@ -170,35 +163,13 @@ void meetNeighbours(Table& table) {
   const auto reader = opened(path, OpenMode::ReadOnly);
   expect(dumpOf(*reader) == sample().dump, "a reader sees the saved state");
   const auto late = opened(path, OpenMode::ReadOnly);
-  expect(operation("filing an entry").run(*writer).done, "a writer saves beside readers");
+  expect(operations().front().run(*writer).done, "a writer saves beside readers");
   table.count("a reader beside a writer", Ending::Old);
   const Sight seen = look(path, OpenMode::ReadOnly, dumpOf(*writer));
   expect(seen.ending == Ending::New, "a new reader sees the new state");
   const auto rows = late->fetchEntitiesWithName("Row");
   expect(!rows.has_value(), "a reader mixes two states");
   table.count("a reader after a writer's save", Ending::Refused, generalised(late->fetchFailure()));
-}
-
-// A document that was being saved when its process died, with its journal.
-struct Torn {
-  std::string bytes;
-  std::string journal;
-};
-
-// nothing when the process died before or after the moments that matter.
-std::optional<Torn> tear(Work& work, const std::string& before, int operation) {
-  const Folder folder;
-  const std::string path = folder / "firm";
-  writeBytes(path, before);
-  inChild([&]() -> std::string {
-    FaultyVfs vfs;
-    work.prepare(path);
-    vfs.set(FaultyVfs::Trap::Die, operation);
-    work.run(path);
-    return "done";
-  });
-  if (!hasHotJournal(path) || bytesOf(path) == before) return std::nullopt;
-  return Torn{bytesOf(path), bytesOf(path + "-journal")};
 }
 
 }  // namespace
@@ -222,58 +193,6 @@ void meetStrangeFiles(Table& table) {
       },
       back);
   meetNeighbours(table);
-}
-
-void meetJournals(Table& table, std::uint64_t seed, std::uint64_t rounds) {
-  Work& work = *works().front();
-  const Folder folder;
-  const std::string path = folder / "firm";
-  // What another save left: of the same document, one save later.
-  writeBytes(path, sample().bytes);
-  work.prepare(path);
-  expect(work.run(path).done, "the sample is saved");
-  work.leave();
-  const std::string later = bytesOf(path);
-  const Dump after = dumpOf(*opened(path));
-  std::mt19937_64 random(seed);
-  for (std::uint64_t round = 0; round < rounds;) {
-    const int operation = static_cast<int>(random() % 400) + 1;
-    const auto torn = tear(work, sample().bytes, operation);
-    if (!torn) continue;
-    ++round;
-    const auto meet = [&](const char* fault, const std::string& bytes, const std::string& journal,
-                          OpenMode mode) {
-      folder.clear();
-      writeBytes(path, bytes);
-      if (!journal.empty()) writeBytes(path + "-journal", journal);
-      try {
-        const Sight seen = look(path, mode, after);
-        table.count(fault, seen.ending, seen.words);
-        return seen.ending;
-      } catch (const std::exception& broken) {
-        throw Broken(std::string(fault) + ", seed " + std::to_string(seed) + ", operation " +
-                     std::to_string(operation) + ": " + broken.what());
-      }
-    };
-    using enum OpenMode;
-    expect(meet("torn save, its journal beside it", torn->bytes, torn->journal, ReadWrite) ==
-               Ending::Old,
-           "a journal does not heal");
-    expect(meet("the same, for reading", torn->bytes, torn->journal, OpenMode::ReadOnly) ==
-               Ending::Refused,
-           "a reader takes a torn document");
-    meet("torn save, journal cut short", torn->bytes,
-         torn->journal.substr(0, 1 + random() % torn->journal.size()), ReadWrite);
-    meet("torn save, journal lost", torn->bytes, "", ReadWrite);
-    meet(
-        "journal of a later save", sample().bytes,
-        [&] {
-          std::optional<Torn> other;
-          while (!other) other = tear(work, later, static_cast<int>(random() % 400) + 1);
-          return other->journal;
-        }(),
-        ReadWrite);
-  }
 }
 
 }  // namespace bokfolio::faults

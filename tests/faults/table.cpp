@@ -13,15 +13,10 @@ constexpr const char* kHeads[] = {"fault",   "tried",    "old state", "new state
                                   "refused", "not seen", "lost",      "in these words"};
 constexpr std::size_t kSentences = 3;
 
-std::string joined(const std::vector<std::string>& cells, bool markdown,
-                   const std::vector<std::size_t>& widths) {
-  std::string text = markdown ? "|" : "";
-  for (std::size_t i = 0; i < cells.size(); ++i) {
-    text += (markdown ? " " : "") + cells[i];
-    if (!markdown && i + 1 < cells.size()) text.append(widths[i] - cells[i].size() + 2, ' ');
-    if (markdown) text += " |";
-  }
-  return text + '\n';
+std::string joined(const std::vector<std::string>& cells, bool markdown) {
+  std::string text = markdown ? "| " : "";
+  for (const std::string& cell : cells) text += cell + (&cell == &cells.back() ? "" : " | ");
+  return text + (markdown ? " |\n" : "\n");
 }
 
 }  // namespace
@@ -65,25 +60,15 @@ std::string Table::wordsOf(const Line& line) {
 
 // Lost is nothing: the first loss ends the run.
 std::string Table::text(bool markdown) const {
-  std::vector<std::vector<std::string>> rows{{std::begin(kHeads), std::end(kHeads)}};
+  std::string all = joined({std::begin(kHeads), std::end(kHeads)}, markdown);
+  if (markdown) all += "|---|---:|---:|---:|---:|---:|---:|---|\n";
   for (const Line& each : lines_) {
-    const auto at = [&](Ending ending) { return each.endings[static_cast<std::size_t>(ending)]; };
-    std::vector<std::string> cells{each.fault};
-    for (const std::size_t number :
-         {at(Ending::Old) + at(Ending::New) + at(Ending::Refused) + at(Ending::Unseen),
-          at(Ending::Old), at(Ending::New), at(Ending::Refused), at(Ending::Unseen),
-          std::size_t{0}})
-      cells.push_back(std::to_string(number));
-    cells.push_back(wordsOf(each));
-    rows.push_back(std::move(cells));
-  }
-  std::vector<std::size_t> widths(std::size(kHeads));
-  for (const auto& row : rows)
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-  std::string all;
-  for (const auto& row : rows) {
-    all += joined(row, markdown, widths);
-    if (markdown && &row == &rows.front()) all += "|---|---:|---:|---:|---:|---:|---:|---|\n";
+    const auto& ends = each.endings;
+    std::vector<std::string> cells{each.fault,
+                                   std::to_string(ends[0] + ends[1] + ends[2] + ends[3])};
+    for (const std::size_t number : ends) cells.push_back(std::to_string(number));
+    cells.insert(cells.end(), {"0", wordsOf(each)});
+    all += joined(cells, markdown);
   }
   return all;
 }

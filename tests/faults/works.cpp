@@ -10,13 +10,7 @@ namespace bokfolio::faults {
 
 namespace {
 
-std::unique_ptr<Context> opened(const std::string& path, OpenMode mode = OpenMode::ReadWrite) {
-  std::optional<Error> error;
-  beginAnew();
-  auto context = openDocument(path, mode, world().environment, &error);
-  expect(context != nullptr, error ? error->localizedDescription() : "not opened, without words");
-  return context;
-}
+constexpr std::size_t kVersionByte = 63;
 
 Dump soundDump(const std::string& path, OpenMode mode = OpenMode::ReadWrite) {
   const auto context = opened(path, mode);
@@ -30,168 +24,143 @@ void expectSample(const Dump& seen) {
   expect(found.empty(), found);
 }
 
-enum class Importing { Before, Within };
+void open(Scene& scene) { scene.context = opened(scene.path); }
 
-// Vouchers are imported, before the moments that count or within them, and saved.
-class Import final : public Work {
- public:
-  Import(const char* name, int vouchers, Importing importing)
-      : name_(name), vouchers_(vouchers), importing_(importing) {}
+void import(Scene& scene, int vouchers) {
+  expect(importVouchers(*scene.context, vouchers), "vouchers are imported");
+}
 
-  const char* name() const override { return name_; }
-  void prepare(const std::string& path) override {
-    open(path);
-    if (importing_ == Importing::Before) import();
-  }
-  Answer run(const std::string&) override {
-    if (importing_ == Importing::Within && !context().hasChanges()) import();
-    return saved(context());
-  }
-  Ending ending(const std::string& path) override {
+// Without any fault, so that what comes of it is known.
+std::string documentAfter(const Work& work) {
+  const TemporaryFolder folder;
+  Scene scene{folder / "firm", nullptr};
+  writeBytes(scene.path, work.bytes);
+  work.prepare(scene);
+  expect(work.run(scene).done, "a work is done");
+  scene.context = nullptr;
+  return bytesOf(scene.path);
+}
+
+void endInSampleOr(Work& work) {
+  const TemporaryFolder folder;
+  writeBytes(folder / "firm", documentAfter(work));
+  work.ending = [after = soundDump(folder / "firm")](const std::string& path) {
     const Dump seen = soundDump(path);
     if (seen == sample().dump) return Ending::Old;
-    const std::string found = difference(after(), seen);
+    const std::string found = difference(after, seen);
     expect(found.empty(), "neither old nor new: " + found);
     return Ending::New;
+  };
+}
+
+// Vouchers that were imported before are saved.
+Work saving(const char* name, int vouchers) {
+  Work work{name, sample().bytes, {}, {}, {}};
+  work.prepare = [vouchers](Scene& scene) {
+    open(scene);
+    import(scene, vouchers);
+  };
+  work.run = [](Scene& scene) { return saved(*scene.context); };
+  endInSampleOr(work);
+  return work;
+}
+
+Work importing() {
+  Work work{"importing and saving", sample().bytes, open, {}, {}};
+  work.run = [](Scene& scene) {
+    if (!scene.context->hasChanges()) import(scene, 400);
+    return saved(*scene.context);
+  };
+  endInSampleOr(work);
+  return work;
+}
+
+// The sample as the first version of the format had it.
+std::string bytesOfFormat1() {
+  const TemporaryFolder folder;
+  writeBytes(folder / "firm", sample().bytes);
+  sqlite3* database = nullptr;
+  sqlite3_open((folder / "firm").c_str(), &database);
+  const int code = sqlite3_exec(database,
+                                "PRAGMA user_version=1; DROP TABLE bokfolio_sum_Row; "
+                                "DELETE FROM bokfolio_document WHERE name LIKE 'sum%'; "
+                                "DROP INDEX \"Entry.fiscalYear.number\"; DROP INDEX \"Row.tag\"",
+                                nullptr, nullptr, nullptr);
+  sqlite3_close(database);
+  expect(code == SQLITE_OK, "the sample becomes one of format 1");
+  return bytesOf(folder / "firm");
+}
+
+Ending endOfConversion(const std::string& path) {
+  const bool old = hasHotJournal(path) || bytesOf(path).at(kVersionByte) == 1;
+  // Copies are complete or not there.
+  for (const auto& file : std::filesystem::directory_iterator(path.substr(0, path.rfind('/')))) {
+    const std::string name = file.path().string();
+    if (!name.ends_with(".bak")) continue;
+    expect(bytesOf(name).at(kVersionByte) == 1, "the copy is not of the old format");
+    expectSample(soundDump(name, OpenMode::ReadOnly));
   }
+  expectSample(soundDump(path));
+  expect(bytesOf(path).at(kVersionByte) == 2, "the document is not converted");
+  return old ? Ending::Old : Ending::New;
+}
 
- private:
-  void import() { expect(importVouchers(context(), vouchers_).done, "vouchers are imported"); }
-  // What is there when nothing goes wrong.
-  const Dump& after() {
-    if (!after_.empty()) return after_;
-    const Folder folder;
-    writeBytes(folder / "firm", bytes());
-    prepare(folder / "firm");
-    expect(run(folder / "firm").done, "an import is saved");
-    leave();
-    after_ = soundDump(folder / "firm");
-    return after_;
-  }
-
-  const char* name_;
-  int vouchers_;
-  Importing importing_;
-  Dump after_;
-};
-
-class Conversion final : public Work {
- public:
-  const char* name() const override { return "converting"; }
-  std::string bytes() const override { return bytesOfFormat1(); }
-  void prepare(const std::string&) override {}
-  Answer run(const std::string& path) override {
+Work converting() {
+  Work work{"converting", bytesOfFormat1(), [](Scene&) {}, {}, endOfConversion};
+  work.run = [](Scene& scene) {
     Answer answer;
-    context_ = openDocument(path, OpenMode::ReadWrite, world().environment, &answer.error);
-    answer.done = context_ != nullptr;
+    scene.context =
+        openDocument(scene.path, OpenMode::ReadWrite, world().environment, &answer.error);
+    answer.done = scene.context != nullptr;
     return answer;
-  }
-  Ending ending(const std::string& path) override {
-    constexpr std::size_t kVersion = 63;  // its lowest byte
-    const char version = bytesOf(path).at(kVersion);
-    const bool old = hasHotJournal(path) || version == 1;
-    expect(version == 1 || version == 2, "a version that there is not");
-    // Copies are complete or not there.
-    for (const auto& file : std::filesystem::directory_iterator(Folder::of(path))) {
-      const std::string name = file.path().string();
-      if (!name.ends_with(".bak")) continue;
-      expect(bytesOf(name).at(kVersion) == 1, "the copy is not of the old format");
-      expectSample(soundDump(name, OpenMode::ReadOnly));
-    }
-    expectSample(soundDump(path));
-    expect(bytesOf(path).at(kVersion) == 2, "the document is not converted");
-    return old ? Ending::Old : Ending::New;
-  }
-};
+  };
+  return work;
+}
 
-class Backup final : public Work {
- public:
-  const char* name() const override { return "backing up"; }
-  void prepare(const std::string& path) override { open(path); }
-  Answer run(const std::string& path) override {
+Work backingUp() {
+  Work work{"backing up", sample().bytes, open, {}, {}};
+  work.run = [](Scene& scene) {
     Answer answer;
-    answer.done = context().persistence().backup(path + ".copy", &answer.error);
+    answer.done = scene.context->persistence().backup(scene.path + ".copy", &answer.error);
     return answer;
-  }
-  Ending ending(const std::string& path) override {
+  };
+  work.ending = [](const std::string& path) {
     expectSample(soundDump(path));
     if (!std::filesystem::exists(path + ".copy")) return Ending::Old;
     expectSample(soundDump(path + ".copy"));
     return Ending::New;
-  }
-};
+  };
+  return work;
+}
 
-class Creation final : public Work {
- public:
-  const char* name() const override { return "creating"; }
-  void prepare(const std::string&) override {}
-  Answer run(const std::string& path) override {
+Work creating() {
+  Work work{"creating", sample().bytes, [](Scene&) {}, {}, {}};
+  work.run = [](Scene& scene) {
     Answer answer;
-    context_ = createDocument(path + ".new", world().environment, &answer.error);
-    answer.done = context_ != nullptr;
+    scene.context = createDocument(scene.path + ".new", world().environment, &answer.error);
+    answer.done = scene.context != nullptr;
     return answer;
-  }
-  Ending ending(const std::string& path) override {
+  };
+  work.ending = [](const std::string& path) {
     if (!std::filesystem::exists(path + ".new")) return Ending::Old;
     expect(soundDump(path + ".new").empty(), "a new document holds records");
     return Ending::New;
-  }
-};
-
-// Without any fault, so that what comes of it is known.
-void rehearse(Work& work) {
-  const Folder folder;
-  writeBytes(folder / "firm", work.bytes());
-  work.prepare(folder / "firm");
-  expect(work.run(folder / "firm").done, "a work is done");
-  work.leave();
-  expect(work.ending(folder / "firm") == Ending::New, "a work that is done shows");
-}
-
-std::vector<std::unique_ptr<Work>> makeWorks() {
-  std::vector<std::unique_ptr<Work>> all;
-  all.push_back(std::make_unique<Import>("saving", 3, Importing::Before));
-  all.push_back(std::make_unique<Import>("saving an import", 400, Importing::Before));
-  all.push_back(std::make_unique<Import>("importing and saving", 400, Importing::Within));
-  all.push_back(std::make_unique<Conversion>());
-  all.push_back(std::make_unique<Backup>());
-  all.push_back(std::make_unique<Creation>());
-  for (const auto& work : all) rehearse(*work);
-  return all;
+  };
+  return work;
 }
 
 }  // namespace
 
-void Work::open(const std::string& path) { context_ = opened(path); }
-
-const std::vector<std::unique_ptr<Work>>& works() {
-  static const auto all = makeWorks();
+const std::vector<Work>& works() {
+  static const std::vector<Work> all = {saving("saving", 3), saving("saving an import", 400),
+                                        importing(),         converting(),
+                                        backingUp(),         creating()};
   return all;
 }
 
 bool hasHotJournal(const std::string& path) {
-  std::error_code none;
-  const auto size = std::filesystem::file_size(path + "-journal", none);
-  return !none && size > 0 && bytesOf(path + "-journal").front() != 0;
-}
-
-std::string bytesOfFormat1() {
-  static const std::string made = [] {
-    const Folder folder;
-    writeBytes(folder / "firm", sample().bytes);
-    sqlite3* database = nullptr;
-    sqlite3_open((folder / "firm").c_str(), &database);
-    const int code =
-        sqlite3_exec(database,
-                     "PRAGMA user_version=1; DROP TABLE bokfolio_sum_Row; "
-                     "DELETE FROM bokfolio_document WHERE name LIKE 'sum%'; "
-                     "DROP INDEX \"Entry.fiscalYear.number\"; DROP INDEX \"Row.tag\"; VACUUM",
-                     nullptr, nullptr, nullptr);
-    sqlite3_close(database);
-    expect(code == SQLITE_OK, "the sample becomes one of format 1");
-    return bytesOf(folder / "firm");
-  }();
-  return made;
+  const std::string journal = bytesOf(path + "-journal");
+  return !journal.empty() && journal.front() != 0;
 }
 
 }  // namespace bokfolio::faults

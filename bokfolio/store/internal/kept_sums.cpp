@@ -103,7 +103,7 @@ class Lines final : public SumLineSink {
 
   void line(const SumLine& line) override {
     const auto amount = ExactSum::parse(line.amount);
-    if (!amount) throw LoadError("\"" + line.amount + "\" is no sum");
+    if (!amount) throw LoadError("a kept sum is no number and cannot be read");
     lines_.emplace_back(line, *amount);
   }
   const std::vector<std::pair<SumLine, ExactSum>>& all() const { return lines_; }

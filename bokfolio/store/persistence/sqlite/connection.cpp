@@ -47,8 +47,10 @@ PersistenceError meaning(int code, int systemError) {
   }
 }
 
-// While a save ends, SQLite's own note of the error is often that of a later call.
+// While a save ends, SQLite's own note of the error is often that of a later call, and what the
+// document's file notes does not tell of its journal.
 int systemErrorOf(sqlite3* database, int code) {
+  if (isFull(errno)) return errno;
   int last = 0;
   if ((code & 0xFF) == SQLITE_IOERR) {
     sqlite3_file_control(database, "main", SQLITE_FCNTL_LAST_ERRNO, &last);
@@ -111,6 +113,7 @@ void Statement::bindBlob(int position, std::string_view bytes) {
 }
 
 bool Statement::step() {
+  errno = 0;
   const int code = sqlite3_step(get());
   if (code == SQLITE_ROW) return true;
   if (code != SQLITE_DONE) fail(code);
