@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <random>
 
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 #include "bokfolio/store/numbering.hpp"
@@ -104,43 +103,6 @@ TEST_F(ArticleTest, TheNextNumberFollowsTheHighestOne) {
     made->setPropertiesFromLatestArticle();
     EXPECT_EQ(made->number(), c.next) << testing::PrintToString(c.numbers);
   }
-}
-
-// The look-up against sorting the whole list, over a random history.
-TEST_F(ArticleTest, TheHighestNumberIsThatOfTheSortedList) {
-  std::mt19937 random(20091);
-  const char* const odd[] = {"12a", "x", "1 000", "00", "\u0663\u0660", "-4", "1e3"};
-  const auto below = [&](unsigned bound) { return static_cast<unsigned>(random() % bound); };
-  for (int step = 0; step < 400; ++step) {
-    const auto all = context().fetch<Article>();
-    const unsigned action = below(10);
-    if (action < 4 || all.empty()) {
-      const bool plain = below(12) > 0;
-      article(plain ? std::to_string(below(100000)) : odd[below(std::size(odd))]);
-    } else if (action < 6) {
-      all[below(static_cast<unsigned>(all.size()))]->setNumber(
-          below(5) == 0 ? std::nullopt : std::optional(std::to_string(below(100000))));
-    } else if (action == 6) {
-      context().deleteObject(all[below(static_cast<unsigned>(all.size()))]);
-    } else if (action == 7) {
-      static_cast<void>(context().undo());
-    } else if (action == 8) {
-      static_cast<void>(context().redo());
-    } else if (below(4) == 0) {
-      context().save() ? open() : context().rollback();
-    }
-    context().closeUndoGroup();
-
-    auto sorted = *context().fetchEntitiesWithName("Article", Predicate("number != nil"));
-    sortRecordsBy(sorted, [](const Record& a, const Record& b) {
-      return static_cast<const Article&>(a).compareNumber(static_cast<const Article&>(b));
-    });
-    const auto highest = highestNumbered(context(), "Article", "number");
-    ASSERT_EQ(highest.empty(), sorted.empty());
-    if (sorted.empty()) continue;
-    ASSERT_THAT(highest, testing::Contains(sorted.back())) << step;
-  }
-  EXPECT_EQ(context().verify(), std::vector<std::string>());
 }
 
 TEST_F(ArticleTest, ALongListIsNotWalked) {

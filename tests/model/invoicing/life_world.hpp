@@ -3,9 +3,9 @@
 //
 // Sales and rows are texts that a bookkeeper can read. A sale: "25:100 12:50.30 less:10% rounded
 // vatfree @10.5" is one of the article at 25 % VAT for 100, one at 12 % for 50.30, a rebate (an
-// amount without the percent sign), and the rate of a foreign currency; the article "cost" sells on
-// a cost account. Rows: "1 3001 credit 1000, 3 1510 debit 1000" (number within the entry, account,
-// side, amount).
+// amount without the percent sign), and the rate of a foreign currency; the articles "cost",
+// "stock" and "own" sell on accounts of cost, assets and equity. Rows: "1 3001 credit 1000, 3 1510
+// debit 1000" (number within the entry, account, side, amount).
 #pragma once
 
 #include <sstream>
@@ -40,6 +40,8 @@ class LifeWorld : public LedgerWorld {
     article("12", account(3002, AccountType::Income), account(2621, AccountType::DebtAndEquity));
     article("0", account(3004, AccountType::Income), nullptr);
     article("cost", account(4010, AccountType::Cost), vat)->setVat(25);
+    article("stock", account(1410, AccountType::Asset), vat)->setVat(25);
+    article("own", account(2050, AccountType::Equity), vat)->setVat(25);
   }
   Article* article(const std::string& name, Account* sales, Account* vat) {
     auto* made = context().insert<Article>();

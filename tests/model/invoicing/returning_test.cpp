@@ -105,20 +105,6 @@ TEST_F(Returning, GoesByTheStateOfTheInvoice) {
   }
 }
 
-TEST_F(Returning, WithoutAutomaticBookingOnlyTheStatusChanges) {
-  book->setAutoBook(false);
-  for (const End how : {End::ReturnToBank, End::Loss}) {
-    Invoice* made = sent(kSale);
-    std::optional<Error> error;
-    EXPECT_TRUE(end(made, how, &error));
-    EXPECT_EQ(made->status(), how == End::Loss ? 6 : 8);
-    made = sent(kSale);
-    made->setBook(nullptr);
-    EXPECT_TRUE(end(made, how, &error));
-  }
-  EXPECT_EQ(context().count("Entry"), 0U);
-}
-
 TEST_F(Returning, WithoutASalesEntryTheStatusStaysAndTheHostRollsBack) {
   for (const End how : {End::ReturnToBank, End::Loss}) {
     Invoice* made = sent(kSale);

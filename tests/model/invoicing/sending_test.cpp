@@ -39,6 +39,12 @@ TEST_F(Sending, BooksTheSaleOnTheAccountsOfItsArticles) {
        "1 2611 credit 225, 2 3001 credit 900, 3 3004 credit 95, 5 1510 debit 1220"},
       {"cost:100", "1 2611 credit 25, 2 4010 credit -100, 4 1510 debit -75"},
       {"cost:-100", "1 2611 debit 25, 2 4010 debit -100, 4 1510 debit 75"},
+      {"stock:100", "1 1410 credit -100, 2 2611 credit 25, 4 1510 debit -75"},
+      {"own:100", "1 2050 credit 100, 2 2611 credit 25, 4 1510 debit 125"},
+      // A negative amount off is added, at the largest line's rate; lines may have their own.
+      {"12:112 25:10 less:-56",
+       "1 2611 credit 2.5, 2 2621 credit 19.44, 3 3001 credit 10, "
+       "4 3002 credit 162, 6 1510 debit 193.94"},
   };
   std::int64_t number = 100;
   for (const auto& [sale, expected] : cases) {

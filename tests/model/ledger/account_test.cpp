@@ -122,6 +122,18 @@ TEST_F(AccountTest, BalanceNeedsAYear) {
   EXPECT_EQ(account(1940)->balance(), Decimal());
 }
 
+TEST_F(AccountTest, TooMuchForADecimalIsSaidWhenReadAndForgottenWhenGone) {
+  FiscalYear* of = year(2009);
+  Account* bank = account(1930);
+  const Decimal largest = Decimal::fromParts(UInt128{9}, 127, false).scaledByPowerOf10(37);
+  Entry* huge = filed(of, cetDate(2009, 3, 31, 12), 1);
+  Row* first = row(huge, bank, largest);
+  row(huge, bank, largest);
+  EXPECT_THROW(bank->balanceByDate(std::nullopt, of), DecimalError);
+  first->setStatus(RowStatus::Removed);
+  EXPECT_EQ(bank->balanceByDate(std::nullopt, of), largest);
+}
+
 TEST_F(AccountTest, ANumberInUseChangesOnlyWithTheUsersConsent) {
   Account* bank = account(1930);
   const auto proposed = [&](const Value& number) {

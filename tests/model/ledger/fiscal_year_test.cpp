@@ -19,29 +19,34 @@ class FiscalYearTest : public LedgerWorld {
 };
 
 TEST_F(FiscalYearTest, BoundsAreWholeDaysInCet) {
-  const std::tuple<Date, Date, Date> cases[] = {
-      {cetDate(2009, 12, 31, 12), cetDate(2009, 12, 31), cetDate(2009, 12, 31, 23, 59, 58)},
-      {cetDate(2009, 3, 1, 15), cetDate(2009, 3, 1), cetDate(2009, 3, 1)},
-      {cetDate(2009, 7, 31, 0, 30), cetDate(2009, 7, 31), cetDate(2009, 7, 31, 23, 59, 58)},
+  const auto last = [](int month, int day) { return cetDate(2009, month, day, 23, 59, 58); };
+  const std::tuple<const char*, Date, Date, Date> cases[] = {
+      {"CET", cetDate(2009, 12, 31, 12), cetDate(2009, 12, 31), last(12, 31)},
+      {"CET", cetDate(2009, 3, 1, 15), cetDate(2009, 3, 1), cetDate(2009, 3, 1)},
+      {"CET", cetDate(2009, 7, 31, 0, 30), cetDate(2009, 7, 31), last(7, 31)},
       // The days of 23 and of 25 hours.
-      {Date::fromSeconds(1238281200), Date::fromSeconds(1238281200), Date::fromSeconds(1238363998)},
-      {Date::fromSeconds(1256511598), Date::fromSeconds(1256421600), Date::fromSeconds(1256511598)},
+      {"CET", cetDate(2009, 3, 29), cetDate(2009, 3, 29), Date::fromSeconds(1238363998)},
+      {"CET", Date::fromSeconds(1256511598), Date::fromSeconds(1256421600), last(10, 25)},
+      // The day is that of the process's zone.
+      {"Etc/GMT+12", cetDate(2009, 7, 31, 13, 59), cetDate(2009, 7, 30), last(7, 30)},
+      {"Etc/GMT-14", cetDate(2009, 3, 28, 11), cetDate(2009, 3, 29), last(3, 29)},
   };
-  for (const auto& [given, start, end] : cases) {
-    auto* made = context().insert<FiscalYear>();
-    made->setValueForKey(given, "start");
-    made->setValueForKey(given, "end");
-    EXPECT_EQ(made->start(), start);
-    EXPECT_EQ(made->end(), end);
+  for (const auto& [zone, given, start, end] : cases) {
+    world.environment.setTimeZone(TimeZone::named(zone).value());
+    open();
+    const FiscalYear* made = yearBetween(given, given);
+    EXPECT_EQ(made->start(), start) << zone;
+    EXPECT_EQ(made->end(), end) << zone;
   }
 }
 
 TEST_F(FiscalYearTest, CalendarYearsDependOnTheZoneOfTheDay) {
   const std::tuple<const char*, Date, Date, bool> cases[] = {
       {"CET", cetDate(2009, 1, 1), cetDate(2010, 1, 1), true},
-      {"Europe/Helsinki", cetDate(2009, 1, 1), cetDate(2010, 1, 1), true},
+      {"Etc/GMT-14", cetDate(2009, 1, 1), cetDate(2010, 1, 1), true},
       // West of CET the day at midnight is the one before.
       {"UTC", cetDate(2008, 12, 31), cetDate(2009, 12, 31, 23, 59, 58), false},
+      {"Etc/GMT+12", cetDate(2008, 12, 31), cetDate(2009, 12, 31, 23, 59, 58), false},
   };
   for (const auto& [zone, start, end, calendarYear] : cases) {
     SCOPED_TRACE(zone);

@@ -212,33 +212,6 @@ TEST_F(SupplierInvoiceTest, AddsPurchaseRowsAfterThoseThereAre) {
             "2 D1.25 K0 -; 1 D5 K0 -; ");
 }
 
-TEST_F(SupplierInvoiceTest, ABillOfSeveralRatesWithACreditedItemIsBookedInBalance) {
-  SupplierInvoice* made = bill();
-  made->setTag(tag(1));
-  made->setCreditAccount(payable_);
-  line(made, 1000, 25, cost_, inputVat_);
-  line(made, dec("200.50"), 12, cost_, inputVat_);
-  line(made, dec("33.33"), 6, cost_, inputVat_);
-  line(made, 50, 0, cost_);
-  line(made, -400, 25, cost_, inputVat_);
-
-  EXPECT_EQ(made->valueForKey("amount"), Value(dec("883.83")));
-  EXPECT_EQ(made->amountInclVAT(), dec("1059.8898"));
-  FiscalYear* in = year(2009);
-  Entry* purchase = entry(cetDate(2009, 2, 1));
-  for (const SupplierInvoiceLine* each : made->lines().members())
-    each->addPurchaseRowsToEntry(*purchase);
-  row(purchase, made->creditAccount(), -made->amountInclVAT());
-  EXPECT_THAT(numbersOf(purchase), testing::ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
-  std::optional<Error> error;
-  ASSERT_TRUE(purchase->fileMe(&error)) << error->localizedDescription();
-  EXPECT_EQ(cost_->balanceByDate(std::nullopt, in), dec("883.83"));
-  EXPECT_EQ(inputVat_->balanceByDate(std::nullopt, in), dec("176.0598"));
-  EXPECT_EQ(payable_->balanceByDate(std::nullopt, in), dec("-1059.8898"));
-  for (const Row* each : purchase->rows().members())
-    EXPECT_EQ(each->tag() != nullptr, each->account() == cost_);
-}
-
 TEST_F(SupplierInvoiceTest, AnUnknownAccountNameKeepsTheAccount) {
   SupplierInvoice* made = bill();
   SupplierInvoiceLine* of = line(made, 1, 25, cost_, inputVat_);
