@@ -2,19 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/store/describe.hpp"
+
 namespace bokfolio::test {
 
 namespace {
-
-PropertyDescription property(std::string name, PropertyKind kind, std::string target = "",
-                             std::string inverse = "") {
-  PropertyDescription description;
-  description.name = std::move(name);
-  description.kind = kind;
-  description.target = std::move(target);
-  description.inverse = std::move(inverse);
-  return description;
-}
 
 class AnswerSink final : public RecordSink {
  public:
@@ -55,29 +47,29 @@ class AnswerSink final : public RecordSink {
 std::shared_ptr<const Schema> paperSchema(bool extended) {
   EntityDescription folder;
   folder.name = "Folder";
-  folder.properties = {property("name", PropertyKind::String),
-                       property("papers", PropertyKind::ToMany, "Paper", "folder")};
+  folder.properties = {attribute("name", PropertyKind::String),
+                       relation("papers", PropertyKind::ToMany, "Paper", "folder")};
   EntityDescription paper;
   paper.name = "Paper";
-  PropertyDescription mood = property("mood", PropertyKind::Double);
+  PropertyDescription mood = attribute("mood", PropertyKind::Double);
   mood.transient = true;
   paper.properties = {mood,
-                      property("count", PropertyKind::Integer),
-                      property("weight", PropertyKind::Double),
-                      property("amount", PropertyKind::Decimal),
-                      property("order by", PropertyKind::String),
-                      property("date", PropertyKind::Date),
-                      property("scan", PropertyKind::Binary),
-                      property("folder", PropertyKind::ToOne, "Folder", "papers"),
-                      property("next", PropertyKind::ToOne, "Paper")};
+                      attribute("count", PropertyKind::Integer),
+                      attribute("weight", PropertyKind::Double),
+                      attribute("amount", PropertyKind::Decimal),
+                      attribute("order by", PropertyKind::String),
+                      attribute("date", PropertyKind::Date),
+                      attribute("scan", PropertyKind::Binary),
+                      relation("folder", PropertyKind::ToOne, "Folder", "papers"),
+                      relation("next", PropertyKind::ToOne, "Paper")};
   paper.indexes = {{{"folder", "count"}}, {{"date"}}, {{"order by"}}};
   EntityDescription stamp;
   stamp.name = "Stamp";
-  stamp.properties = {property("paper", PropertyKind::ToOne, "Paper")};
+  stamp.properties = {relation("paper", PropertyKind::ToOne, "Paper")};
   if (!extended) return std::make_shared<Schema>(std::vector{folder, paper});
-  paper.properties.push_back(property("colour", PropertyKind::String));
-  paper.properties.push_back(property("price", PropertyKind::Decimal));
-  paper.properties.push_back(property("cover", PropertyKind::ToOne, "Paper"));
+  paper.properties.push_back(attribute("colour", PropertyKind::String));
+  paper.properties.push_back(attribute("price", PropertyKind::Decimal));
+  paper.properties.push_back(relation("cover", PropertyKind::ToOne, "Paper"));
   return std::make_shared<Schema>(std::vector{stamp, paper, folder});
 }
 
@@ -85,15 +77,15 @@ std::shared_ptr<const Schema> sumSchema(Keeping keeping, bool lines) {
   std::vector<EntityDescription> entities(lines ? 5 : 4);
   const std::vector<std::string> names = {"Period", "Holder", "Mark", "Sheet", "Line"};
   for (std::size_t i = 0; i < entities.size(); ++i) entities[i].name = names[i];
-  entities[3].properties = {property("period", PropertyKind::ToOne, "Period"),
-                            property("instant", PropertyKind::Date)};
+  entities[3].properties = {relation("period", PropertyKind::ToOne, "Period"),
+                            attribute("instant", PropertyKind::Date)};
   if (!lines) return std::make_shared<Schema>(entities);
-  entities[4].properties = {property("in", PropertyKind::Decimal),
-                            property("out", PropertyKind::Decimal),
-                            property("state", PropertyKind::Integer),
-                            property("holder", PropertyKind::ToOne, "Holder"),
-                            property("mark", PropertyKind::ToOne, "Mark"),
-                            property("sheet", PropertyKind::ToOne, "Sheet")};
+  entities[4].properties = {attribute("in", PropertyKind::Decimal),
+                            attribute("out", PropertyKind::Decimal),
+                            attribute("state", PropertyKind::Integer),
+                            relation("holder", PropertyKind::ToOne, "Holder"),
+                            relation("mark", PropertyKind::ToOne, "Mark"),
+                            relation("sheet", PropertyKind::ToOne, "Sheet")};
   if (keeping != Keeping::Nothing) {
     const std::int64_t unless = keeping == Keeping::Sums ? 1 : 2;
     entities[4].keptSum = KeptSumDescription{"in",   "out",   "state",  unless,   "holder",

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bokfolio/store/store_error.hpp"
+#include "tests/store/describe.hpp"
 #include "tests/store/test_model.hpp"
 
 namespace bokfolio::test {
@@ -151,44 +152,6 @@ TEST_F(ObservationTest, ObserversMayInterveneBeforeAChange) {
   expectSound();
 }
 
-TEST_F(ObservationTest, ObserversMayInterveneInADeletion) {
-  auto* parent = context->insert<Parent>();
-  auto* first = context->insert<Child>();
-  auto* second = context->insert<Child>();
-  first->setSponsor(parent);
-  second->setSponsor(parent);
-  auto killer = onWill(*first, "sponsor", [&] { context->deleteObject(second); });
-  context->deleteObject(parent);
-  EXPECT_TRUE(parent->isDeleted());
-  EXPECT_TRUE(second->isDeleted());
-  expectSound();
-
-  auto* next = context->insert<Parent>();
-  first->setSponsor(next);
-  auto* label = context->insert<Label>();
-  killer = context->observe(*first, "sponsor", [&](const Change& change) {
-    if (change.phase != Change::Phase::Did || first->sponsor() == next) return;
-    first->setSponsor(next);
-    next->setLabel(label);
-  });
-  EXPECT_THROW(context->deleteObject(next), RecordGoneError) << "the last attempt came too late";
-  EXPECT_TRUE(next->isDeleted());
-  EXPECT_EQ(first->sponsor(), nullptr);
-  EXPECT_EQ(label->owner(), nullptr);
-  expectSound();
-
-  auto* last = context->insert<Parent>();
-  killer.end();
-  first->setSponsor(last);
-  bool again = true;
-  killer = onWill(*first, "sponsor", [&] {
-    if (std::exchange(again, false)) context->rollback();
-  });
-  context->deleteObject(last);
-  EXPECT_TRUE(last->isGone());
-  expectSound();
-}
-
 TEST_F(ObservationTest, ObserversThatNeverComeToAnEndAreStopped) {
   auto* child = context->insert<Child>();
   const auto grows = context->observe(*child, "amount", [&](const Change& change) {
@@ -273,17 +236,12 @@ TEST_F(ObservationTest, WhatObserversChangeInARollbackIsAChange) {
 TEST_F(ObservationTest, DependenciesThatMeetAcrossAPairEnd) {
   EntityDescription man;
   man.name = "Man";
-  man.properties.resize(2);
-  man.properties[0].name = "name";
-  man.properties[1].name = "wife";
-  man.properties[1].kind = PropertyKind::ToOne;
-  man.properties[1].target = "Woman";
-  man.properties[1].inverse = "husband";
-  EntityDescription woman = man;
+  man.properties = {attribute("name", PropertyKind::String),
+                    relation("wife", PropertyKind::ToOne, "Woman", "husband")};
+  EntityDescription woman;
   woman.name = "Woman";
-  woman.properties[1].name = "husband";
-  woman.properties[1].target = "Man";
-  woman.properties[1].inverse = "wife";
+  woman.properties = {attribute("name", PropertyKind::String),
+                      relation("husband", PropertyKind::ToOne, "Man", "wife")};
   man.dependencies = {{"name", {"wife.name"}}};
   woman.dependencies = {{"name", {"husband.name"}}};
   Model model;

@@ -12,24 +12,10 @@
 #include "bokfolio/store/model.hpp"
 #include "bokfolio/store/persistence/memory/memory_persistence.hpp"
 #include "bokfolio/store/schema.hpp"
+#include "tests/store/describe.hpp"
 #include "tests/world/world.hpp"
 
 namespace bokfolio::test {
-
-inline PropertyDescription attribute(std::string name, PropertyKind kind) {
-  PropertyDescription described;
-  described.name = std::move(name);
-  described.kind = kind;
-  return described;
-}
-
-inline PropertyDescription relation(std::string name, PropertyKind kind, std::string target,
-                                    std::string inverse = "") {
-  PropertyDescription described = attribute(std::move(name), kind);
-  described.target = std::move(target);
-  described.inverse = std::move(inverse);
-  return described;
-}
 
 // The stored grade, but nil where it is odd.
 inline Value evenGrade(const Record& record) {

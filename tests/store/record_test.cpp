@@ -61,6 +61,10 @@ TEST_F(RecordTest, DeletionFollowsItsRules) {
   EXPECT_EQ(owned->amount(), Decimal(0)) << "readable until the next save";
   EXPECT_THROW(owned->setRank(1), RecordGoneError);
   EXPECT_THROW(sponsored->setSponsor(parent), RecordGoneError);
+  label->setText("kept");
+  ASSERT_TRUE(context->save());
+  EXPECT_TRUE(owned->isGone());
+  EXPECT_THROW(owned->amount(), RecordGoneError);
 }
 
 TEST_F(RecordTest, KeyAccessRunsTheSameAccessorsAndRefusesWhatDoesNotFit) {

@@ -2,7 +2,6 @@
 // inverse, indexes, a derived key that crosses a relationship. It knows no bookkeeping.
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 
@@ -11,6 +10,7 @@
 #include "bokfolio/store/persistence/faults/fault_injecting_persistence.hpp"
 #include "bokfolio/store/persistence/memory/memory_persistence.hpp"
 #include "bokfolio/store/schema.hpp"
+#include "tests/store/dump.hpp"
 #include "tests/world/world.hpp"
 
 namespace bokfolio::test {
@@ -155,36 +155,5 @@ struct TestStore {
   std::shared_ptr<PersistenceFaults> engineFaults = std::make_shared<PersistenceFaults>();
   std::unique_ptr<Context> context;
 };
-
-// Everything that a document holds, as text by record.
-using Dump = std::map<std::string, std::string>;
-
-inline std::string textOf(const Value& value) {
-  if (const Record* record = value.record())
-    return record->entityName() + std::to_string(record->id());
-  return value.isNil() ? "nil" : value.description();
-}
-
-inline Dump dump(Context& context) {
-  Dump all;
-  for (const Entity& entity : context.schema().entities()) {
-    const auto records = context.fetchEntitiesWithName(entity.name());
-    for (const Record* record : *records) {
-      std::string& text = all[entity.name() + std::to_string(record->id())];
-      for (const Property& property : entity.properties()) {
-        if (property.transient()) continue;
-        text += property.name() + '=';
-        const Value value = record->primitiveValueForKey(property.name());
-        if (const auto* members = value.records()) {
-          for (const Record* member : members->snapshot()) text += textOf(member) + ',';
-        } else {
-          text += textOf(value);
-        }
-        text += ';';
-      }
-    }
-  }
-  return all;
-}
 
 }  // namespace bokfolio::test
