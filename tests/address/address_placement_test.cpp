@@ -136,45 +136,5 @@ TEST(AddressPlacement, ShippedLayoutsFillTheirRows) {
   }
 }
 
-// Each field in one of five rows at a place of its own, all but the last of a row with a width, so
-// that the widths and gaps of a row fit the form.
-std::string randomFields(std::mt19937& random) {
-  std::map<std::size_t, std::vector<const char*>> rows;
-  for (const char* field : {"street", "postalCode", "city", "county", "country"}) {
-    if (random() % 6 != 0) rows[random() % 5].push_back(field);
-  }
-  std::ostringstream layout;
-  for (auto& [row, fields] : rows) {
-    std::shuffle(fields.begin(), fields.end(), random);
-    std::size_t place = 0;
-    for (const char* field : fields) {
-      layout << (layout.tellp() == 0 ? "" : ",") << field << ' ' << row << ' ' << place;
-      // Five fields of at most 0.18 units and four gaps of 0.02 fit.
-      if (field != fields.back()) layout << " 0." << 10 + random() % 9;
-      place += 1 + random() % 3;
-    }
-  }
-  return layout.str();
-}
-
-TEST(AddressPlacement, FieldsWhoseWidthsFitDoNotOverlap) {
-  std::mt19937 random(11);
-  std::string entries;
-  for (int country = 0; country < 500; ++country) {
-    entries += placementEntry(std::to_string(country), randomFields(random));
-  }
-  TestWorld world;
-  world.environment.setResources(placementResource(entries));
-  AddressControllerBase controller(world.environment);
-  ASSERT_NE(controller.addressFieldPlacement(), nullptr);
-  // A pop-up button that takes the rest of a row is narrower by its correction.
-  AddressForm form(PlainView::Kind::Plain);
-  for (const auto& [country, layout] : *controller.addressFieldPlacement()) {
-    controller.adjustAddressFieldsInView(form.root, country);
-    expectNoOverlap(form, orderOf(layout));
-    if (testing::Test::HasFailure()) return;
-  }
-}
-
 }  // namespace
 }  // namespace bokfolio::test

@@ -40,26 +40,6 @@ TEST(TimeZone, OffsetsAgreeWithTheEuropeanRuleAcrossTheTableAndBeyond) {
   }
 }
 
-TEST(Calendar, FiscalYearBoundariesInCet) {
-  struct Case {
-    CivilDate day;
-    std::int64_t midnight;
-    std::int64_t twoSecondsBeforeTheNext;
-  };
-  for (const auto& c :
-       {Case{{2009, 1, 1}, 1230764400, 1230850798}, Case{{2009, 3, 29}, 1238281200, 1238363998},
-        Case{{2009, 7, 1}, 1246399200, 1246485598}, Case{{2009, 10, 25}, 1256421600, 1256511598},
-        Case{{2009, 12, 31}, 1262214000, 1262300398}}) {
-    const Date begin = dateFromCivil(c.day, {}, TimeZone::cet());
-    const Date end = dateFromCivil(c.day, {23, 59, 58}, TimeZone::cet());
-    EXPECT_EQ(begin.seconds(), c.midnight);
-    EXPECT_EQ(end.seconds(), c.twoSecondsBeforeTheNext);
-    EXPECT_EQ(civilDate(begin, TimeZone::cet()), c.day);
-    EXPECT_EQ(civilTime(end, TimeZone::cet()), (CivilTime{23, 59, 58}));
-    EXPECT_EQ(beginningOfDay(end, TimeZone::cet()), begin);
-  }
-}
-
 TEST(Calendar, MissingWallTimesMoveOnAndRepeatedOnesAreTheLater) {
   EXPECT_EQ(cetDate(2009, 3, 29, 2, 30), cetDate(2009, 3, 29, 3, 30));
   EXPECT_EQ(cetDate(2009, 10, 25, 2, 30).seconds(), 1256434200);  // 01:30 UTC

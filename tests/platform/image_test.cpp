@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <random>
 #include <string_view>
 
 #include "bokfolio/platform/platform_error.hpp"
@@ -109,25 +108,6 @@ TEST(Image, TooLargeIsRefusedBeforeDecoding) {
   const PixPointer picture(pixCreate(20'000, 5'001, 1));
   EXPECT_EQ(refusal(encoded(*picture, IFF_TIFF_G4)), PlatformErrorCode::ImageTooLarge);
   EXPECT_EQ(refusal(Bytes(Image::kMaximumBytes + 1)), PlatformErrorCode::ImageTooLarge);
-}
-
-TEST(Image, DamagedBytesNeverHurt) {
-  std::mt19937 random(1);
-  for (const int format : {IFF_PNG, IFF_BMP, IFF_TIFF_LZW}) {
-    const Bytes whole = encoded(format);
-    for (int i = 0; i < 200; ++i) {
-      Bytes damaged = whole;
-      for (int k = 0; k < 3; ++k) {
-        damaged[random() % damaged.size()] = static_cast<std::uint8_t>(random());
-      }
-      std::optional<Error> error;
-      const auto image = Image::decode(damaged, &error);
-      EXPECT_NE(image.has_value(), error.has_value());
-      if (image) {
-        EXPECT_TRUE(image->storedBytes());
-      }
-    }
-  }
 }
 
 }  // namespace

@@ -203,25 +203,6 @@ TEST(PlainText, ControlsBecomeQuestionMarks) {
   EXPECT_FALSE(isUtf8("\xC3"));
 }
 
-TEST(Environment, TheWorldIsTheSameEverywhere) {
-  test::TestWorld world;
-  Environment& environment = world.environment;
-  EXPECT_EQ(isoDay(environment.now(), environment.timeZone()), "2009-03-31");
-  EXPECT_EQ(environment.locale().currencyCode(), "USD");
-  EXPECT_EQ(environment.user().fullName(), "Anna Andersson");
-  EXPECT_EQ(environment.text("Built-in", "invoice"), "Built-in");
-  EXPECT_EQ(environment.text("Paid invoice", {"7"}), "Paid invoice 7");
-  EXPECT_EQ(environment.text("Record of change", {"3/31/09", "Anna"}), "Changed 3/31/09 by Anna");
-  world.useLocale("sv_SE");
-  EXPECT_EQ(environment.text("Paid invoice", {"7"}), "Betald faktura 7");
-  EXPECT_EQ(environment.text("no such key"), "no such key");
-
-  EXPECT_THROW(environment.assertions().handleFailure("broken", "Account", 95), AssertionFailure);
-  world.recordAssertions();
-  environment.assertions().handleFailure("broken", "Account", 95);
-  EXPECT_EQ(world.assertions->failures().at(0).line, 95);
-}
-
 TEST(Environment, CopiesShareServicesAndDifferByTheirOwnSettings) {
   test::TestWorld world;
   Environment copy = world.environment;
