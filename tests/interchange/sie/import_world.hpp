@@ -2,7 +2,6 @@
 // texts that tests can compare: everything for "nothing has changed", the journal for reading.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "bokfolio/interchange/sie/sie_reader.hpp"
 #include "bokfolio/platform/date_text.hpp"
 #include "tests/model/ledger/ledger_world.hpp"
+#include "tests/store/dump.hpp"
 
 namespace bokfolio::test {
 
@@ -41,26 +41,6 @@ class ImportWorld : public LedgerWorld {
     EXPECT_EQ(context().hasChanges(), wasChanged);
     if (!error) return "no error";
     return error->text(kLineErrorKey) + ": " + std::to_string(error->code());
-  }
-
-  // Every stored value of every record.
-  std::map<std::string, std::string> dump() {
-    std::map<std::string, std::string> all;
-    for (const Entity& entity : context().schema().entities()) {
-      const auto records = context().fetchEntitiesWithName(entity.name());
-      for (const Record* record : records.value()) {
-        std::string& text = all[entity.name() + std::to_string(record->id())];
-        for (const Property& property : entity.properties()) {
-          if (!property.persistent()) continue;
-          const Value value = record->primitiveValueForKey(property.name());
-          const Record* other = value.record();
-          text += other != nullptr ? other->entityName() + std::to_string(other->id())
-                                   : value.description();
-          text += ';';
-        }
-      }
-    }
-    return all;
   }
 
   // One line an entry: year, number, day, comments, name, rows in their order.

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <set>
 
 #include "bokfolio/platform/calendar.hpp"
 #include "tests/interchange/sie/import_world.hpp"
@@ -24,6 +25,8 @@ class SieImportedFiles : public ImportWorld {
             ? Decimal()
             : RecordSet(context().fetchEntitiesWithName("Row", Row::noRemovedRows()).value())
                   .sum("debit");
+    std::set<std::string_view> series;
+    for (const SieVoucher& voucher : file.vouchers) series.insert(voucher.series);
     std::size_t unbalanced = 0;
     std::size_t undated = 0;
     for (const SieSkippedVoucher& skipped : report.skippedVouchers) {
@@ -47,6 +50,9 @@ class SieImportedFiles : public ImportWorld {
             {"vouchers_without_number", std::to_string(report.vouchersWithoutNumber)},
             {"unbalanced_vouchers", std::to_string(unbalanced)},
             {"debit_total", debit.toString()},
+            {"series", std::to_string(series.size())},
+            {"encoding", file.charset == SieCharset::Cp437 ? "cp437" : "utf-8"},
+            {"checksum", file.checksum == SieChecksum::Verified ? "ok" : ""},
             {"opening_sum", openingSum(report)}};
   }
 
@@ -78,6 +84,8 @@ TEST_F(SieImportedFiles, AgreeWithWhatIsKnownOfThem) {
     SCOPED_TRACE(expected.at("file"));
     startOver();
     const SieFile file = read(files_.contents(expected.at("file")));
+    EXPECT_TRUE(file.remarks.empty()) << file.remarks.front().line;
+    EXPECT_TRUE(file.notKept.unknownLabels.empty());
     const auto report = tryImport(file, nullptr);
     ASSERT_TRUE(report);
     expectSound();
@@ -103,6 +111,12 @@ TEST_F(SieImportedFiles, AgreeWithWhatIsKnownOfThem) {
       EXPECT_EQ(report->differences.size(), report->skippedVouchers.at(0).rows);
     }
   }
+}
+
+TEST_F(SieImportedFiles, NoPrefixOfAFileIsReadAsAnotherFile) {
+  const std::string bytes = files_.contents("t4i_checksum.si");
+  for (std::size_t length = bytes.size() - 400; length + 11 < bytes.size(); ++length)
+    EXPECT_FALSE(readSie(std::string_view(bytes).substr(0, length))) << length;
 }
 
 // A file of two years with everything that an import must cope with, and beside it, in öre, what

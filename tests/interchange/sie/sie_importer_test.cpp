@@ -246,7 +246,7 @@ TEST_F(SieImporter, MatchesYearsByTheirDays) {
 TEST_F(SieImporter, RefusesBeforeItChangesAnything) {
   year(2009);
   saveAndReopen();
-  const auto before = dump();
+  const auto before = dump(context());
   constexpr int kConflictingYear = static_cast<int>(InterchangeErrorCode::ConflictingYear);
   constexpr int kConflictingRecords = static_cast<int>(InterchangeErrorCode::ConflictingRecords);
   const std::pair<std::string_view, int> cases[] = {
@@ -257,7 +257,7 @@ TEST_F(SieImporter, RefusesBeforeItChangesAnything) {
   };
   for (const auto& [text, code] : cases)
     EXPECT_EQ(refusal(text), "3: " + std::to_string(code)) << text;
-  EXPECT_EQ(dump(), before);
+  EXPECT_EQ(dump(context()), before);
 }
 
 TEST_F(SieImporter, TakesTheCalendarYearWhereTheFileStatesNone) {
@@ -375,7 +375,7 @@ class SieImporterRefused : public ImportWorld {
 TEST_F(SieImporterRefused, ARollbackUndoesAnImportThatFailsHalfWay) {
   account(1910)->setName("Till");
   ASSERT_TRUE(context().save());
-  const auto before = dump();
+  const auto before = dump(context());
   std::string text(kShop);
   text.replace(text.find("A \"\""), 4, "\"\" \"\"");
   std::optional<Error> error;
@@ -385,7 +385,7 @@ TEST_F(SieImporterRefused, ARollbackUndoesAnImportThatFailsHalfWay) {
   EXPECT_EQ(error->text(kLineErrorKey), "37");
   EXPECT_EQ(context().count("Entry"), 2U);
   context().rollback();
-  EXPECT_EQ(dump(), before);
+  EXPECT_EQ(dump(context()), before);
   expectSound();
 }
 
