@@ -7,6 +7,7 @@
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 #include "bokfolio/store/numbering.hpp"
 #include "tests/model/ledger/ledger_world.hpp"
+#include "tests/model/ledger/watch.hpp"
 
 namespace bokfolio::test {
 namespace {
@@ -185,22 +186,18 @@ TEST_F(ArticleTest, ANameIsComparedInCharacters) {
 
 TEST_F(ArticleTest, AnnouncesWhatFollowsFromANameAndFromALine) {
   Article* made = article("1");
-  std::string heard;
-  std::vector<ObservationToken> tokens;
-  for (const char* key : {"name", "isDependentTax", "dependentTaxLevel", "description", "isUsed"})
-    tokens.push_back(context().observe(*made, key, [&heard](const Change& change) {
-      if (change.phase == Change::Phase::Did) heard += *change.key + ' ';
-    }));
+  Watch watch(context());
+  watch.add(*made, {"name", "isDependentTax", "dependentTaxLevel", "description", "isUsed"});
   made->setName("Chair");
-  EXPECT_EQ(heard, "isDependentTax name description ");
-  heard.clear();
+  EXPECT_EQ(watch.counts(), (Counts{{"isDependentTax", 1}, {"name", 1}, {"description", 1}}));
   made->setName("Percentage 5");
-  EXPECT_EQ(heard, "dependentTaxLevel isDependentTax name description ");
-  heard.clear();
+  EXPECT_EQ(
+      watch.counts(),
+      (Counts{{"dependentTaxLevel", 1}, {"isDependentTax", 1}, {"name", 1}, {"description", 1}}));
   EXPECT_EQ(made->valueForKey("isUsed"), Value(0));
   context().insert<InvoiceLine>()->setArticle(made);
   EXPECT_EQ(made->valueForKey("isUsed"), Value(1));
-  EXPECT_EQ(heard, "isUsed ");
+  EXPECT_EQ(watch.counts(), (Counts{{"isUsed", 1}}));
 }
 
 TEST_F(ArticleTest, NameAndNumberAreNeeded) {

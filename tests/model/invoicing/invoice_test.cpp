@@ -236,19 +236,17 @@ TEST_F(InvoiceTest, ReadsItsSimplePropertiesOffItsFields) {
   EXPECT_TRUE(made->isEmpty());
   InvoiceLine* sold = line(made, 1, 100);
   EXPECT_FALSE(made->isEmpty());
-  const auto sendableWith = [&](const Text& reference, const Text& company, const Text& language,
-                                const Decimal& price) {
+  const std::tuple<Text, Text, Text, int, bool> sendable[] = {
+      {"Anna", {}, "sv", -1, true}, {{}, "Kund AB", "sv", 1, true}, {{}, {}, "sv", 1, false},
+      {"Anna", {}, {}, 1, false},   {"Anna", {}, "sv", 0, false},
+  };
+  for (const auto& [reference, company, language, price, expected] : sendable) {
     made->setYourRef(reference);
     made->setCompany(company);
     made->setLanguage(language);
     sold->setPrice(price);
-    return made->sendable();
-  };
-  EXPECT_TRUE(sendableWith("Anna", {}, "sv", -1));
-  EXPECT_TRUE(sendableWith({}, "Kund AB", "sv", 1));
-  EXPECT_FALSE(sendableWith({}, {}, "sv", 1));
-  EXPECT_FALSE(sendableWith("Anna", {}, {}, 1));
-  EXPECT_FALSE(sendableWith("Anna", {}, "sv", 0));
+    EXPECT_EQ(made->sendable(), expected) << price;
+  }
 
   EXPECT_EQ(made->amountRemaining(), std::nullopt);
   made->setPaidAmount(30);

@@ -3,7 +3,6 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "bokfolio/model/invoicing/allowance.hpp"
 #include "bokfolio/model/invoicing/article.hpp"
@@ -13,6 +12,7 @@
 #include "bokfolio/model/invoicing/invoice.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 #include "tests/model/ledger/ledger_world.hpp"
+#include "tests/model/ledger/watch.hpp"
 
 namespace bokfolio::test {
 
@@ -84,27 +84,5 @@ class InvoiceWorld : public LedgerWorld {
  private:
   std::map<Decimal, Article*> articles_;
 };
-
-// How often each key was announced, seen from the records that one asks to be watched.
-class Watch {
- public:
-  explicit Watch(Context& context) : context_(context) {}
-
-  void add(Record& record, const std::vector<std::string>& keys) {
-    for (const std::string& key : keys)
-      tokens_.push_back(context_.observe(record, key, [this](const Change& change) {
-        if (change.phase == Change::Phase::Did) ++counts_[*change.key];
-      }));
-  }
-  // Since the last asking.
-  std::map<std::string, int> counts() { return std::exchange(counts_, {}); }
-
- private:
-  Context& context_;
-  std::map<std::string, int> counts_;
-  std::vector<ObservationToken> tokens_;
-};
-
-using Counts = std::map<std::string, int>;
 
 }  // namespace bokfolio::test

@@ -2,6 +2,7 @@
 
 #include "bokfolio/platform/date_text.hpp"
 #include "tests/model/ledger/ledger_world.hpp"
+#include "tests/model/ledger/watch.hpp"
 
 namespace bokfolio::test {
 namespace {
@@ -209,25 +210,18 @@ TEST_F(StricterRowTest, SeveralFailuresAtOnceLeaveNoErrorAndOthersPassOn) {
 
 TEST_F(RowTest, DerivedKeysAnnounceWhatTheyDependOn) {
   Row* made = row(entry(world.clock->now()), account(1), 5);
-  std::vector<std::string> told;
-  std::vector<ObservationToken> tokens;
-  for (const char* key : {"net", "changeText", "isRemoved", "isEditable", "accountNumber",
-                          "accountName", "description"})
-    tokens.push_back(context().observe(*made, key, [&told](const Change& change) {
-      if (change.phase == Change::Phase::Did) told.push_back(*change.key);
-    }));
-  const auto toldBy = [&](const auto& change) {
-    told.clear();
-    change();
-    return told;
-  };
-  using testing::UnorderedElementsAre;
-  EXPECT_THAT(toldBy([&] { made->setStatus(RowStatus::Editable); }),
-              UnorderedElementsAre("net", "changeText", "isRemoved", "isEditable"));
-  EXPECT_THAT(toldBy([&] { made->setDebit(6); }), UnorderedElementsAre("net"));
-  EXPECT_THAT(toldBy([&] { made->setAccount(nullptr); }),
-              UnorderedElementsAre("accountNumber", "accountName"));
-  EXPECT_THAT(toldBy([&] { made->setNumber(9); }), UnorderedElementsAre("description"));
+  Watch watch(context());
+  watch.add(*made, {"net", "changeText", "isRemoved", "isEditable", "accountNumber", "accountName",
+                    "description"});
+  made->setStatus(RowStatus::Editable);
+  EXPECT_EQ(watch.counts(),
+            (Counts{{"net", 1}, {"changeText", 1}, {"isRemoved", 1}, {"isEditable", 1}}));
+  made->setDebit(6);
+  EXPECT_EQ(watch.counts(), (Counts{{"net", 1}}));
+  made->setAccount(nullptr);
+  EXPECT_EQ(watch.counts(), (Counts{{"accountNumber", 1}, {"accountName", 1}}));
+  made->setNumber(9);
+  EXPECT_EQ(watch.counts(), (Counts{{"description", 1}}));
 }
 
 }  // namespace
