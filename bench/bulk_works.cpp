@@ -1,5 +1,6 @@
 // Work on many records at once: imports, big saves, reading a whole book, closing a year.
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 
@@ -92,47 +93,38 @@ void import(Context& context, const std::string& path) {
   save(context);
 }
 
-Outcome importOf(const Case& of) {
-  const std::string sie = of.path("import.se");
-  const std::string ours = of.path("imported.bokfolio");
-  std::ofstream(sie, std::ios::binary) << sieText(of.size);
-  std::vector<Time> runs;
-  std::vector<Time> floors;
-  std::int64_t peak = 0;
-  std::optional<AddedRows> rows;
-  repeat(1, 5, kBudget, [&](std::size_t) {
-    copyDocument(of.book, ours);
-    {
-      const auto context = open(ours);
-      runs.push_back(timed([&] { import(*context, sie); }));
-    }
-    if (peak == 0) peak = peakResident();
-    if (!rows) rows.emplace(ours, of.book);
-    if (rows->count("Row") != of.size / kRowsPerEntry * kRowsPerEntry)
-      throw std::runtime_error("rows are missing");
-    floors.push_back(plainInsert(of.book, of.path("plain.bokfolio"), *rows));
-  });
-  return {medianOf(runs), medianOf(floors), peak};
-}
-
-Outcome saveOfNewEntries(const Case& of) {
+// `write`, which answers its time, adds entries to a copy of the book; the floor is a plain
+// insertion of the same rows.
+Outcome additionOf(const Case& of, std::size_t entries, std::size_t atLeast, std::size_t atMost,
+                   const std::function<Time(Context&)>& write) {
   const std::string ours = of.path("ours.bokfolio");
   std::vector<Time> runs;
   std::vector<Time> floors;
   std::int64_t peak = 0;
   std::optional<AddedRows> rows;
-  repeat(3, 11, kBudget, [&](std::size_t) {
+  repeat(atLeast, atMost, kBudget, [&](std::size_t) {
     copyDocument(of.book, ours);
-    {
-      const auto context = open(ours);
-      addEntries(*context, of.size, 1);
-      runs.push_back(timed([&] { save(*context); }));
-    }
+    runs.push_back(write(*open(ours)));
     if (peak == 0) peak = peakResident();
     if (!rows) rows.emplace(ours, of.book);
+    if (rows->count("Row") != entries * kRowsPerEntry) throw std::runtime_error("rows are missing");
     floors.push_back(plainInsert(of.book, of.path("plain.bokfolio"), *rows));
   });
   return {medianOf(runs), medianOf(floors), peak};
+}
+
+Outcome importOf(const Case& of) {
+  const std::string sie = of.path("import.se");
+  std::ofstream(sie, std::ios::binary) << sieText(of.size);
+  return additionOf(of, of.size / kRowsPerEntry, 1, 5,
+                    [&](Context& context) { return timed([&] { import(context, sie); }); });
+}
+
+Outcome saveOfNewEntries(const Case& of) {
+  return additionOf(of, of.size, 3, 11, [&](Context& context) {
+    addEntries(context, of.size, 1);
+    return timed([&] { save(context); });
+  });
 }
 
 // --- Reading

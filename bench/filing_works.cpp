@@ -86,19 +86,17 @@ Outcome saveDurably(const Case& of) {
 }  // namespace
 
 std::vector<Work> filingWorks() {
-  Work memory;
-  memory.name = "warm: file an entry of 3 rows, in memory";
-  memory.floor = "its 4 objects on the heap";
-  memory.sizes = {kTenThousand, kHundredThousand, kMillion};
-  memory.goals = {{Goal::Kind::OfFloor, 15, kMillion},
-                  {Goal::Kind::OfItself, 1.25, kMillion, kTenThousand}};
-  memory.run = fileInMemory;
-  Work saving;
-  saving.name = "warm: save that entry";
-  saving.floor = "bare commit of its 4 rows";
-  saving.sizes = {kThousand, kHundredThousand, kMillion};
-  saving.goals = {{Goal::Kind::OfFloor, 1.25, kMillion}};
-  saving.run = saveDurably;
+  Work memory{
+      "warm: file an entry of 3 rows, in memory",
+      "its 4 objects on the heap",
+      {kTenThousand, kHundredThousand, kMillion},
+      {{Goal::Kind::OfFloor, 15, kMillion}, {Goal::Kind::OfItself, 1.25, kMillion, kTenThousand}},
+      fileInMemory};
+  Work saving{"warm: save that entry",
+              "bare commit of its 4 rows",
+              {kThousand, kHundredThousand, kMillion},
+              {{Goal::Kind::OfFloor, 1.25, kMillion}},
+              saveDurably};
   saving.durable = true;
   return {memory, saving};
 }

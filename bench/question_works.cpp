@@ -103,20 +103,16 @@ Outcome balanceByDateAndTag(const Case& of) {
 }  // namespace
 
 std::vector<Work> questionWorks() {
-  Work balances;
-  balances.name = "warm: trial balance of a year";
-  balances.floor = "plain C over SQLite";
-  balances.sizes = {kThousand, kHundredThousand, kMillion};
-  balances.goals = {{Goal::Kind::OfFloor, 0.001, kMillion}};
-  balances.run = trialBalanceOfAnOpenBook;
-  Work balance;
-  balance.name = "warm: balance of the busiest account by date and tag";
-  balance.floor = "binary search in prefix sums";
-  balance.sizes = {kTenThousand, kHundredThousand, kMillion};
-  balance.goals = {{Goal::Kind::OfFloor, 10, kMillion},
-                   {Goal::Kind::OfItself, 3, kMillion, kTenThousand}};
-  balance.run = balanceByDateAndTag;
-  return {balances, balance};
+  return {{"warm: trial balance of a year",
+           "plain C over SQLite",
+           {kThousand, kHundredThousand, kMillion},
+           {{Goal::Kind::OfFloor, 0.001, kMillion}},
+           trialBalanceOfAnOpenBook},
+          {"warm: balance of the busiest account by date and tag",
+           "binary search in prefix sums",
+           {kTenThousand, kHundredThousand, kMillion},
+           {{Goal::Kind::OfFloor, 10, kMillion}, {Goal::Kind::OfItself, 3, kMillion, kTenThousand}},
+           balanceByDateAndTag}};
 }
 
 }  // namespace bokfolio::bench
