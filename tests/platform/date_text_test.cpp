@@ -37,7 +37,7 @@ TEST(DateText, ReadsIsoFirstThenTheShortStyleStrictly) {
   struct Case {
     const char* locale;
     const char* text;
-    std::optional<CivilDate> expected;
+    CivilDate expected;
   };
   constexpr CivilDate kDay{2009, 3, 31};
   const Case cases[] = {
@@ -53,30 +53,21 @@ TEST(DateText, ReadsIsoFirstThenTheShortStyleStrictly) {
       {"en_US", "3/31/68", CivilDate{2068, 3, 31}},
       {"en_US", "3/31/69", CivilDate{1969, 3, 31}},
       {"sv_SE", "2008-02-29", CivilDate{2008, 2, 29}},
-      {"sv_SE", "2009-02-29", std::nullopt},
-      {"sv_SE", "2009-02-30", std::nullopt},
-      {"sv_SE", "2009-13-01", std::nullopt},
-      {"sv_SE", "0000-01-01", std::nullopt},
-      {"sv_SE", "20090331", std::nullopt},
-      {"sv_SE", " 2009-03-31", std::nullopt},
-      {"sv_SE", "2009-03-31 ", std::nullopt},
-      {"sv_SE", "2009-03-31T10:00", std::nullopt},
-      {"sv_SE", "31/03/2009", std::nullopt},
-      {"sv_SE", "2009-3x-31", std::nullopt},
-      {"en_US", "31/3/09", std::nullopt},
-      {"en_US", "2/30/09", std::nullopt},
-      {"en_US", "3/31/09 x", std::nullopt},
-      {"en_US", "3/ 31/09", std::nullopt},
-      {"en_US", " 3/31/09", std::nullopt},
       {"sk_SK", "31. 3. 2009", kDay},
-      {"nb_NO", "3/31/09", std::nullopt},
-      {"C", "3/31/09", std::nullopt},
-      {"en_US", "", std::nullopt},
-      {"en_US", "\xFF\xFE", std::nullopt},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(parseDay(c.text, Locale(c.locale)), c.expected) << c.locale << " \"" << c.text << '"';
   }
+  const std::pair<const char*, std::vector<const char*>> refused[] = {
+      {"sv_SE",
+       {"2009-02-29", "2009-02-30", "2009-13-01", "0000-01-01", "20090331", " 2009-03-31",
+        "2009-03-31 ", "2009-03-31T10:00", "31/03/2009", "2009-3x-31"}},
+      {"en_US", {"31/3/09", "2/30/09", "3/31/09 x", "3/ 31/09", " 3/31/09", "", "\xFF\xFE"}},
+      {"nb_NO", {"3/31/09"}},
+      {"C", {"3/31/09"}},
+  };
+  for (const auto& [locale, texts] : refused)
+    for (const char* text : texts) EXPECT_FALSE(parseDay(text, Locale(locale))) << text;
   EXPECT_FALSE(parseDay(std::string(100'000, '1'), Locale("en_US")));
 }
 

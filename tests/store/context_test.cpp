@@ -177,68 +177,6 @@ TEST_F(ContextTest, DeniedDeletionsAreRefusedUntilNothingRefersToTheRecord) {
   }
 }
 
-TEST_F(ContextTest, ARecordThatIsCutOffWhileReadIsReadAgain) {
-  auto* child = context->insert<Child>();
-  child->setAmount(5);
-  child->setRank(6);
-  ASSERT_TRUE(context->save());
-  // Delivers the first value of each record and then fails, once.
-  struct Cutting : Persistence {
-    struct Sink : RecordSink {
-      explicit Sink(RecordSink& inside) : inner(inside) {}
-      void begin(RecordId id, std::uint32_t version) override { inner.begin(id, version); }
-      void integer(std::uint16_t, std::int64_t) override {}
-      void real(std::uint16_t, double) override {}
-      void decimal(std::uint16_t, const Decimal&) override {}
-      void text(std::uint16_t, std::string_view) override {}
-      void date(std::uint16_t, Date) override {}
-      void blob(std::uint16_t, std::string_view) override {}
-      void reference(std::uint16_t, RecordId) override {}
-      void end() override {}
-      RecordSink& inner;
-    };
-    explicit Cutting(std::unique_ptr<Persistence> inside) : inner(std::move(inside)) {}
-    bool open(const Schema& schema, ErrorOut error) override { return inner->open(schema, error); }
-    bool load(const Entity& entity, RecordSink& sink, ErrorOut error) override {
-      if (!std::exchange(cut, false)) return inner->load(entity, sink, error);
-      Sink half(sink);
-      inner->load(entity, half, error);
-      return false;
-    }
-    bool find(const SavedQuestion& question, RecordSink& sink, ErrorOut error) override {
-      return inner->find(question, sink, error);
-    }
-    bool count(const SavedQuestion& question, std::size_t& count, ErrorOut error) override {
-      return inner->count(question, count, error);
-    }
-    bool keepsSums(const Entity& entity, bool& kept, ErrorOut error) override {
-      return inner->keepsSums(entity, kept, error);
-    }
-    bool sums(const Entity& entity, const SumLineQuestion& question, SumLineSink& sink,
-              ErrorOut error) override {
-      return inner->sums(entity, question, sink, error);
-    }
-    bool nextId(const Entity& entity, RecordId& id, ErrorOut error) override {
-      return inner->nextId(entity, id, error);
-    }
-    bool commit(const ChangeSet& changes, ErrorOut error) override {
-      return inner->commit(changes, error);
-    }
-    bool backup(const std::string& path, ErrorOut error) override {
-      return inner->backup(path, error);
-    }
-    bool verify(ErrorOut error) override { return inner->verify(error); }
-    std::unique_ptr<Persistence> inner;
-    bool cut = true;
-  };
-  auto again = Context::open(schema, std::make_unique<Cutting>(makeMemoryPersistence(document)),
-                             world.environment);
-  EXPECT_EQ(again->fetchEntitiesWithName("Child"), std::nullopt);
-  ASSERT_EQ(again->fetch<Child>().size(), 1U);
-  EXPECT_EQ(again->fetch<Child>().front()->amount(), Decimal(5));
-  EXPECT_EQ(again->fetch<Child>().front()->rank(), 6);
-}
-
 TEST_F(ContextTest, HooksThatChangeValidRecordsHaveThemJudgedAgain) {
   struct Chained : Record {
     using Record::Record;

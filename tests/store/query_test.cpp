@@ -208,34 +208,6 @@ TEST_F(QuestionTest, NarrowsWithoutAScan) {
   EXPECT_EQ(estimate(Predicate("code == 5 OR code == 6")), 2000);
 }
 
-// The last one made in a shop: found from the end of the index, past those that the rest refuses.
-TEST_F(QuestionTest, FindsTheGreatestPastRefusedOnes) {
-  Record* where = shop();
-  Record* elsewhere = shop();
-  std::vector<Record*> goods;
-  goods.reserve(1000);
-  for (int each = 0; each < 1000; ++each) goods.push_back(good(each % 10, where, each / 2));
-  good(0, elsewhere, 5000);
-  const std::vector<SortDescriptor> latest = {SortDescriptor("made", false)};
-  const auto find = [&](std::string_view text) {
-    return context().fetchEntitiesWithName("Good", Predicate(text, {where}), latest, 1)->at(0);
-  };
-  EXPECT_EQ(find("shop == %@ AND code == 3"), goods[993]);
-  EXPECT_EQ(find("shop == %@"), goods[998]) << "of two equal ones the older";
-  context().deleteObject(goods[993]);
-  goods[983]->setValueForKey(Date::fromSeconds(0), "made");
-  EXPECT_EQ(find("shop == %@ AND code == 3"), goods[973]);
-  EXPECT_EQ(find("shop == %@ AND made < 1970-01-01T00:00:01Z AND code != 0"), goods[1]);
-
-  // The two lowest integers share a code.
-  constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
-  goods[5]->setValueForKey(kLeast + 1, "code");
-  goods[6]->setValueForKey(kLeast, "code");
-  EXPECT_EQ(context().fetchEntitiesWithName("Good", Predicate("code != nil"),
-                                            {{SortDescriptor("code")}}, 1),
-            std::vector<Record*>{goods[6]});
-}
-
 TEST_F(QuestionTest, SetsAreQuestions) {
   Record* region = context().insertNewObject("Region");
   Record* first = shop(region);

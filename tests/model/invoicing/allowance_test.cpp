@@ -192,19 +192,5 @@ TEST_F(AllowanceTest, LowersAmounts) {
   EXPECT_THROW(rebate("1E+127", false)->amountOnDecimal(dec("1E+127")), DecimalError);
 }
 
-TEST_F(AllowanceTest, ACopyBelongsToNothing) {
-  auto* invoice = context().insert<Invoice>();
-  for (const bool absolute : {true, false}) {
-    Allowance* original = rebate("12.5", absolute);
-    original->setInvoice(invoice);
-    const Allowance* copy = original->duplicate();
-    EXPECT_NE(copy, original);
-    EXPECT_EQ(copy->value(), dec("12.5"));
-    EXPECT_EQ(copy->absolute(), absolute);
-    EXPECT_EQ(copy->invoice(), nullptr);
-    EXPECT_EQ(original->invoice(), invoice);
-  }
-}
-
 }  // namespace
 }  // namespace bokfolio::test

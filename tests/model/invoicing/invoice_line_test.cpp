@@ -1,6 +1,5 @@
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 
-#include <algorithm>
 #include <cmath>
 
 #include "tests/model/invoicing/invoice_world.hpp"
@@ -157,23 +156,6 @@ TEST_F(InvoiceLineTest, AChangeIsAnnouncedOnceWhereItCounts) {
   expect({}, false, true);
   made->setPrice(12);
   expect({{"price", 1}}, true, false);
-}
-
-TEST_F(InvoiceLineTest, AChangeIsHeardByThoseWhoWatchThatInvoiceAlone) {
-  constexpr std::size_t kInvoices = 10'000;
-  std::vector<int> heard(kInvoices);
-  std::vector<InvoiceLine*> lines;
-  std::vector<ObservationToken> tokens;
-  for (std::size_t i = 0; i < kInvoices; ++i) {
-    lines.push_back(line(invoice(), 1, 10));
-    tokens.push_back(context().observe(*lines.back()->invoice(), "totalAmount",
-                                       [&heard, i](const Change& change) {
-                                         if (change.phase == Change::Phase::Did) ++heard[i];
-                                       }));
-  }
-  lines[4711]->setPrice(11);
-  EXPECT_EQ(heard[4711], 1);
-  EXPECT_EQ(std::count(heard.begin(), heard.end(), 0), std::ptrdiff_t{kInvoices} - 1);
 }
 
 TEST_F(InvoiceLineTest, RebatesAreTypedAndReplaced) {

@@ -194,20 +194,6 @@ TEST_F(InvoiceTest, DefaultsComeFromTheLatestInvoiceAMomentAfterInsertion) {
   EXPECT_EQ(last->country(), Text());
 }
 
-TEST_F(InvoiceTest, DefaultsAreUndoneWithTheirInsertionAndOutliveNoContext) {
-  context().closeUndoGroup();
-  context().insert<Invoice>();
-  passDefaultsDelay();
-  context().closeUndoGroup();
-  ASSERT_TRUE(context().undo());
-  EXPECT_EQ(context().count("Invoice"), 0U);
-  ASSERT_TRUE(context().redo());
-  EXPECT_EQ(context().fetchFirst<Invoice>()->number(), 1);
-  context().insert<Invoice>();
-  context_.reset();
-  passDefaultsDelay();
-}
-
 TEST_F(InvoiceTest, NamesFollowReferenceAndCompany) {
   const std::tuple<Text, Text, Text, const char*> cases[] = {
       {{}, {}, {}, "No recipient"},          {{}, "Kund AB", "Kund AB", "Kund AB"},

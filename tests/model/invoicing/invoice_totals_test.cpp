@@ -84,41 +84,6 @@ TEST_F(InvoiceTotalsTest, AreWhatABookkeeperFindsByHand) {
   }
 }
 
-// Nothing is remembered from one reading to the next.
-TEST_F(InvoiceTotalsTest, FollowEveryChangeAtOnce) {
-  Invoice* made = invoiceOf("1*100@25 1*80@25");
-  InvoiceLine* first = made->lines().first();
-  const auto expect = [&](const char* total, const char* vat) {
-    EXPECT_EQ(made->totalAmount(), dec(total));
-    EXPECT_EQ(made->vatAmount(), dec(vat));
-  };
-  expect("225", "45");
-  first->setPrimitiveValueForKey(200, "price");
-  expect("350", "70");
-  first->setVat(12);
-  expect("324", "44");
-  first->setQuantity(std::nullopt);
-  expect("100", "20");
-  first->setQuantity(1);
-  first->setAllowance(rebate("50"));
-  expect("268", "38");
-  first->allowance()->setValue(100);
-  expect("212", "32");
-  made->setVatfree(true);
-  expect("180", "0");
-  made->setVatfree(false);
-  made->setAllowance(rebate("112"));
-  expect("100", "9.6");
-  first->setArticle(articleAt(0));
-  expect("100", "32");
-  context().deleteObject(first);
-  expect("-12", "-12");
-  // More lines than are read without copying the set.
-  made->setAllowance(nullptr);
-  for (int more = 0; more < 70; ++more) line(made, 1, 10, more % 2 == 0 ? 0 : 20);
-  expect("870", "90");
-}
-
 TEST_F(InvoiceTotalsTest, TheRestOfARebateIsCutByTheArticlesRateNotTheLines) {
   Invoice* made = invoiceOf("1*100@25", "50");
   made->lines().first()->setVat(0);

@@ -108,18 +108,6 @@ TEST_F(Sending, FreezesTermsAndAmounts) {
   EXPECT_EQ(context().count("Entry"), 2U) << "booked when sent, and only then";
 }
 
-TEST_F(Sending, UsesARateForAForeignCurrencyOnly) {
-  const std::tuple<const char*, std::optional<Decimal>, Decimal> cases[] = {
-      {"SEK", 9, 1}, {"SEK", std::nullopt, 1}, {"EUR", 9, 9}, {"EUR", std::nullopt, 1}};
-  for (const auto& [currency, rate, used] : cases) {
-    Invoice* made = invoice("0:100");
-    made->setCurrency(currency);
-    ASSERT_TRUE(made->sendMeWithExchangeRate(rate));
-    EXPECT_EQ(made->exchangeRate(), used);
-    EXPECT_EQ(made->localAmount(), used * 100);
-  }
-}
-
 // What each refusal leaves behind, and that the host's rollback takes it back.
 class SendingRefused : public LifeWorld {
  protected:

@@ -1,6 +1,4 @@
-#include "bokfolio/platform/platform_error.hpp"
 #include "tests/model/ledger/ledger_world.hpp"
-#include "tests/world/local_server.hpp"
 
 namespace bokfolio {
 namespace {
@@ -33,24 +31,6 @@ TEST_F(BookRates, AreHomeUnitsForOneForeignUnitDownloadedEveryTime) {
   EXPECT_EQ(Book::exchangeRateBetween("EUR", "XXX", nullptr, world.environment), std::nullopt);
   EXPECT_EQ(Book::exchangeRateBetween("EUR", "XXX", &error, world.environment), std::nullopt);
   EXPECT_NE(error, before);
-}
-
-TEST_F(BookRates, ComeFromARealServerOrFailWithItsError) {
-  test::LocalServer server([](httplib::Server& made) {
-    made.Get("/stats/eurofxref/eurofxref-daily.xml",
-             [](const httplib::Request&, httplib::Response& response) {
-               response.set_content(kDocument, "text/xml");
-             });
-  });
-  world.environment.setReferenceRateSource({"http", server.host()});
-  world.environment.setHttpClient(
-      std::make_shared<const CurlHttpClient>(CurlHttpClient::Proxy::None));
-  std::optional<Error> error;
-  EXPECT_EQ(Book::exchangeRateBetween("SEK", "EUR", &error, world.environment), Decimal(11));
-  EXPECT_FALSE(error);
-  server.stop();
-  EXPECT_EQ(Book::exchangeRateBetween("EUR", "EUR", &error, world.environment), std::nullopt);
-  EXPECT_EQ(error.value().code(), static_cast<int>(PlatformErrorCode::HttpUnreachable));
 }
 
 }  // namespace

@@ -112,19 +112,6 @@ TEST_F(FiscalYearTest, YearsFollowOneAnotherByStart) {
   EXPECT_EQ(of2009->previous(), of2010) << "one that is not there any more";
 }
 
-TEST_F(FiscalYearTest, HighestNumberAndLatestDateLeaveTheNewEntryOut) {
-  FiscalYear* of2009 = year(2009);
-  filed(of2009, cetDate(2009, 9, 9), Entry::kNewEntryNumber);
-  EXPECT_EQ(of2009->highestEntryNumber(), 0);
-  EXPECT_EQ(of2009->dateOfLatestEntry(), Date::distantPast());
-  filed(of2009, cetDate(2009, 5, 1), 2);
-  filed(of2009, cetDate(2009, 4, 1), 7);
-  filed(of2009, cetDate(2009, 3, 1), std::nullopt);
-  filed(year(2008), cetDate(2008, 3, 1), 99);
-  EXPECT_EQ(of2009->highestEntryNumber(), 7);
-  EXPECT_EQ(of2009->dateOfLatestEntry(), cetDate(2009, 5, 1));
-}
-
 TEST_F(FiscalYearTest, ProfitIsIncomeLessCostsUpToAndIncludingTheDate) {
   FiscalYear* of2009 = year(2009);
   Account* bank = account(1930);

@@ -21,23 +21,6 @@ TEST_F(TagTest, OnlyUnusedTagsWithoutNumberAreRemoved) {
   EXPECT_THAT(context().fetch<Tag>(), testing::ElementsAre(numbered, onRow, onInvoice));
 }
 
-TEST_F(TagTest, BalanceIsThatOfTheLatestYearsRows) {
-  Tag* project = tag(1);
-  EXPECT_EQ(project->balance(), std::nullopt);
-  FiscalYear* of2009 = year(2009);
-  FiscalYear* of2008 = year(2008);
-  EXPECT_EQ(project->balance(), Decimal());
-  const auto post = [&](FiscalYear* in, const char* amount) {
-    return row(filed(in, cetDate(2009, 5, 1), 1), account(1), dec(amount), project);
-  };
-  post(of2009, "100.25");
-  post(of2009, "-30");
-  post(of2009, "1000")->remove();
-  post(of2008, "5000");
-  post(nullptr, "700");
-  EXPECT_EQ(project->balance(), dec("70.25"));
-}
-
 class StartingBalanceTest : public LedgerWorld {};
 
 TEST_F(StartingBalanceTest, AccountIsSetFromRecordNumberOrText) {

@@ -100,63 +100,6 @@ TEST_F(WorkingSet, ADaysWorkReadsNoEntityWhole) {
   EXPECT_EQ(context().verify(), std::vector<std::string>());
 }
 
-TEST_F(WorkingSet, LettingGoLosesNothing) {
-  auto* changed = context().fetchFirst<Entry>(Predicate("number == 5"));
-  auto* watched = context().fetchFirst<Entry>(Predicate("number == 6"));
-  int heard = 0;
-  const auto token = context().observe(*watched, "name", [&](const Change&) { ++heard; });
-  changed->setName("Changed");
-  Row* moved = changed->rows().first();
-  moved->setEntry(watched);
-  EXPECT_GT(context().releaseUnused(), 0U);
-  EXPECT_EQ(changed->name(), "Changed");
-  EXPECT_EQ(changed->rows().count(), 1U);
-  EXPECT_EQ(watched->rows().count(), 3U);
-  EXPECT_TRUE(watched->rows().contains(moved));
-  watched->setName("Watched");
-  EXPECT_GT(heard, 0);
-  ASSERT_TRUE(context().undo());
-  EXPECT_EQ(moved->entry(), changed);
-  ASSERT_TRUE(context().save());
-  EXPECT_GT(context().releaseUnused(), 0U);
-  EXPECT_EQ(context().releaseUnused(), 0U);
-  EXPECT_EQ(changed->rows().count(), 2U) << "a pointer from before reads the record again";
-  EXPECT_EQ(changed->number(), 5);
-}
-
-TEST_F(WorkingSet, ARecordThatIsNotInMemoryIsLinkedAllTheSame) {
-  auto* from = context().fetchFirst<Entry>(Predicate("number == 5"));
-  auto* to = context().fetchFirst<Entry>(Predicate("number == 6"));
-  Row* moved = from->rows().first();
-  const std::vector<Record*> before = to->rows().snapshot();
-  EXPECT_GT(context().releaseUnused(), 0U);
-  moved->setEntry(to);
-  std::vector<Record*> expected = before;
-  expected.insert(expected.begin(), moved);
-  EXPECT_EQ(to->rows().snapshot(), expected);
-  EXPECT_EQ(from->rows().count(), 1U);
-  context().rollback();
-  EXPECT_EQ(to->rows().snapshot(), before);
-}
-
-TEST_F(WorkingSet, SumsThatNobodyAskedForAreSavedAndAskedForLater) {
-  const Date day = cetDate(2009, 6, 15);
-  Entry* made = filed(latest_, day, kEntries + 1);
-  row(made, bank_, 1000, project_);
-  row(made, sales_, -1000);
-  ASSERT_TRUE(context().save());
-  EXPECT_EQ(bank_->balanceByDate(std::nullopt, latest_), Decimal(kSum + 1000));
-  EXPECT_EQ(bank_->sumOfNets(*latest_, day, true) - bank_->sumOfNets(*latest_, day, false),
-            Decimal(1000));
-  made->setDate(cetDate(2009, 6, 16));
-  ASSERT_TRUE(context().save());
-  EXPECT_EQ(bank_->sumOfNets(*latest_, day, true), bank_->sumOfNets(*latest_, day, false));
-  reopen();
-  EXPECT_EQ(bank_->sumOfNets(*latest_, cetDate(2009, 6, 16), true, project_) -
-                bank_->sumOfNets(*latest_, cetDate(2009, 6, 16), false, project_),
-            Decimal(1000));
-}
-
 TEST_F(WorkingSet, ASaveThatCannotReadTheSumsChangesNothing) {
   Entry* made = filed(latest_, cetDate(2009, 6, 15), kEntries + 1);
   row(made, bank_, 1000);
