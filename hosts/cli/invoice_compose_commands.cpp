@@ -22,10 +22,10 @@ namespace {
 constexpr TextSetting kTexts[] = {
     {"yourRef", "--reference", "NAME", "The customer's contact person", ""},
     {"attention", "--attention", "NAME", "Who is to receive the invoice there", ""},
-    {"street", "--street", "TEXT", "Street and number", ""},
-    {"zipcode", "--zipcode", "CODE", "Postal code", ""},
-    {"city", "--city", "NAME", "City", ""},
-    {"county", "--county", "NAME", "County or state", ""},
+    kStreet,
+    kZipcode,
+    kCity,
+    kCounty,
     {"vatno", "--vatno", "NUMBER", "The customer's VAT number", ""},
     {"ourRef", "--our-reference", "NAME", "Our own contact person", ""},
     {"deliveryMethod", "--delivery", "TEXT", "How it is delivered", ""},
@@ -36,10 +36,10 @@ constexpr TextSetting kTexts[] = {
 constexpr TextSetting kAddress[] = {
     {"company", "--company", "NAME", "Company", ""},
     {"name", "--name", "NAME", "Who is to receive the goods there", ""},
-    {"street", "--street", "TEXT", "Street and number", ""},
-    {"zipcode", "--zipcode", "CODE", "Postal code", ""},
-    {"city", "--city", "NAME", "City", ""},
-    {"county", "--county", "NAME", "County or state", ""},
+    kStreet,
+    kZipcode,
+    kCity,
+    kCounty,
 };
 
 struct HeadOptions {

@@ -27,6 +27,19 @@ struct TextSetting {
   const char* label;
 };
 
+// What companies, customers and suppliers alike have of an address.
+inline constexpr TextSetting kStreet{"street", "--street", "TEXT", "Street and number", "Street"};
+inline constexpr TextSetting kZipcode{"zipcode", "--zipcode", "CODE", "Postal code", "Postal code"};
+inline constexpr TextSetting kCity{"city", "--city", "NAME", "City", "City"};
+inline constexpr TextSetting kCounty{"county", "--county", "NAME", "County or state", "County"};
+inline constexpr TextSetting kCountry{"country", "--country", "CODE", "Country, by its two letters",
+                                      "Country"};
+inline constexpr TextSetting kPhone{"phone", "--phone", "NUMBER", "Telephone", "Telephone"};
+inline constexpr TextSetting kFax{"fax", "--fax", "NUMBER", "Fax", "Fax"};
+inline constexpr TextSetting kEmail{"email", "--email", "ADDRESS", "E-mail", "E-mail"};
+inline constexpr TextSetting kHomepage{"homepage", "--homepage", "ADDRESS", "Home page",
+                                       "Home page"};
+
 // What was given for each setting of a list, in its order; nullopt for those that stay.
 using GivenTexts = std::vector<std::optional<std::string>>;
 // `given` gets its size here and must not be resized later.

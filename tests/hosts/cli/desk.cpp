@@ -1,9 +1,11 @@
 #include "tests/hosts/cli/desk.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -59,6 +61,21 @@ Json Desk::json(const std::string& words) const {
   return Json::parse(outcome.out);
 }
 
+void Desk::refuses(const std::string& words, const std::string& message, int status) const {
+  const std::string before = read("book.bokfolio");
+  const Outcome outcome = run(words);
+  EXPECT_TRUE(status == 0 ? outcome.status > 0 : outcome.status == status)
+      << words << ": " << outcome.status;
+  EXPECT_THAT(plain(outcome.err), testing::HasSubstr(message)) << words;
+  EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  EXPECT_EQ(outcome.out, "") << words;
+  EXPECT_EQ(read("book.bokfolio"), before) << words;
+}
+
+void Desk::refuses(const std::vector<std::pair<std::string, std::string>>& cases) const {
+  for (const auto& [words, message] : cases) refuses(words, message);
+}
+
 void Desk::write(const std::string& name, const std::string& bytes) const {
   std::ofstream(path(name), std::ios::binary) << bytes;
 }
@@ -85,6 +102,40 @@ void Desk::furnish() const {
   ok("account add 4010 Timber");
   ok("tag add 10 Kitchens");
   ok("tag add 20 Furniture");
+}
+
+void expectParts(const Json& json, const Json& parts) {
+  for (const auto& [key, value] : parts.items()) {
+    ASSERT_TRUE(json.contains(key)) << key;
+    if (value.is_object() && json[key].is_object()) {
+      expectParts(json[key], value);
+    } else {
+      EXPECT_EQ(json[key], value) << key;
+    }
+  }
+}
+
+std::vector<std::string> rowsOf(const Json& entry, const std::vector<const char*>& further) {
+  std::vector<std::string> rows;
+  for (const Json& row : entry["rows"]) {
+    std::string text = row["account"].dump();
+    for (const char* side : {"debit", "credit"}) text += " " + row[side].get<std::string>();
+    for (const char* key : further) {
+      if (row[key].is_null()) continue;
+      text += " " + (row[key].is_string() ? row[key].get<std::string>() : row[key].dump());
+    }
+    rows.push_back(text);
+  }
+  return rows;
+}
+
+std::int64_t hundredths(const Json& amount) {
+  std::string digits = amount.get<std::string>();
+  const std::size_t point = digits.find('.');
+  const std::size_t decimals = point == std::string::npos ? 0 : digits.size() - point - 1;
+  EXPECT_LE(decimals, 2U) << amount;
+  if (decimals > 0) digits.erase(point, 1);
+  return std::stoll(digits + std::string(2 - decimals, '0'));
 }
 
 std::string plain(std::string text) {

@@ -29,6 +29,11 @@ class Desk {
   std::string ok(const std::string& words) const;
   Json json(const std::string& words) const;
 
+  // Each command is refused with the message, in one line and with nothing else said, and leaves
+  // the document as it is. `status`: 0 for any but success.
+  void refuses(const std::string& words, const std::string& message, int status = 0) const;
+  void refuses(const std::vector<std::pair<std::string, std::string>>& cases) const;
+
   std::string path(const std::string& name) const { return folder_ + "/" + name; }
   void write(const std::string& name, const std::string& bytes) const;
   std::string read(const std::string& name) const;
@@ -45,6 +50,20 @@ class Desk {
  private:
   std::string folder_;
 };
+
+// Expects what `parts` names, objects within objects likewise; what it does not name may be there.
+void expectParts(const Json& json, const Json& parts);
+// What each has under the key.
+template <class T>
+std::vector<T> eachOf(const Json& all, const char* key) {
+  std::vector<T> values;
+  for (const Json& each : all) values.push_back(each[key].get<T>());
+  return values;
+}
+// "account debit credit" of each row, then what stands under the further keys, nil left out.
+std::vector<std::string> rowsOf(const Json& entry, const std::vector<const char*>& further = {});
+// An amount in hundredths; it must have no more decimals than these.
+std::int64_t hundredths(const Json& amount);
 
 // The bytes of a file; "" when there is none.
 std::string contentOf(const std::string& path);

@@ -20,15 +20,10 @@ TEST(CliDocument, NewMakesABookThatCanBeKeptAtOnce) {
   const Desk desk;
   const Json made = desk.json("new shop --year 2024 --company 'Ek AB'");
   EXPECT_EQ(made["document"], "shop.bokfolio");
-  EXPECT_EQ(made["currency"], "SEK");
-  EXPECT_EQ(made["year"],
-            Json({{"name", "2024"}, {"first", "2024-01-01"}, {"last", "2024-12-31"}}));
+  expectParts(made, R"({"currency": "SEK", "year": {"name": "2024", "first": "2024-01-01",
+                                                    "last": "2024-12-31"}})"_json);
   EXPECT_TRUE(desk.json("check")["sound"]);
-  const Json fresh = desk.json("entry show new");
-  EXPECT_TRUE(fresh["new"]);
-  EXPECT_EQ(fresh["number"], nullptr);
-  EXPECT_EQ(fresh["rows"], Json::array());
-
+  expectParts(desk.json("entry show new"), R"({"new": true, "number": null, "rows": []})"_json);
   const Outcome again = desk.run("new shop");
   EXPECT_EQ(again.status, 3);
   EXPECT_EQ(again.err, "bokfolio: shop.bokfolio: exists already; choose another name\n");
@@ -79,9 +74,8 @@ TEST(CliDocument, ReadersWorkBesideAWriterAndASecondWriterDoesNot) {
   ASSERT_GE(writer, 0);
   ASSERT_EQ(flock(writer, LOCK_EX | LOCK_NB), 0);
   EXPECT_EQ(desk.json("account list").size(), 4U);
-  const Outcome refused = desk.run("account add 1910 Cash");
-  EXPECT_EQ(refused.status, 3);
-  EXPECT_THAT(refused.err, StartsWith("bokfolio: book.bokfolio: is open for writing elsewhere; "));
+  desk.refuses("account add 1910 Cash", "bokfolio: book.bokfolio: is open for writing elsewhere; ",
+               3);
   close(writer);
   EXPECT_EQ(desk.json("account list").size(), 4U);
 }
@@ -93,11 +87,7 @@ TEST(CliDocument, WhatIsNoDocumentIsRefusedInOneLine) {
   std::filesystem::create_directory(desk.path("folder.bokfolio"));
   for (const char* name : {"text", "empty", "folder", "missing"}) {
     const std::string file = std::string(name) + ".bokfolio";
-    const Outcome outcome = desk.run("balance -d " + file);
-    EXPECT_EQ(outcome.status, 3) << name;
-    EXPECT_THAT(outcome.err, StartsWith("bokfolio: " + file + ": "));
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-    EXPECT_EQ(outcome.out, "");
+    desk.refuses("balance -d " + file, "bokfolio: " + file + ": ", 3);
   }
 }
 

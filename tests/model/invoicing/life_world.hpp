@@ -17,7 +17,7 @@
 #include "bokfolio/model/invoicing/invoice_error.hpp"
 #include "bokfolio/model/invoicing/invoice_line.hpp"
 #include "tests/model/ledger/ledger_world.hpp"
-#include "tests/store/test_model.hpp"
+#include "tests/store/dump.hpp"
 
 namespace bokfolio::test {
 
