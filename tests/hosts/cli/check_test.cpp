@@ -6,6 +6,8 @@
 namespace bokfolio::test {
 namespace {
 
+using testing::HasSubstr;
+
 // Subject and message of each fault, and of each remark.
 std::vector<std::string> findings(const Desk& desk, const char* weight,
                                   const std::string& options = "") {
@@ -112,6 +114,90 @@ TEST(CliCheck, ADamagedFileIsNoSoundDocument) {
   const Outcome outcome = desk.run("check");
   EXPECT_NE(outcome.status, 0);
   EXPECT_NE(outcome.out + outcome.err, "");
+}
+
+// One leaf of a table is spoilt: what it held is named as the book calls it.
+void spoilLeaf(const Desk& desk, const std::string& table) {
+  std::string bytes = desk.read("book.bokfolio");
+  const std::string number =
+      desk.question("SELECT pageno FROM dbstat WHERE pagetype='leaf' AND name='" + table + "'");
+  constexpr std::size_t kPage = 4096;
+  bytes.replace((std::stoul(number) - 1) * kPage, kPage, kPage, '\x99');
+  desk.write("book.bokfolio", bytes);
+}
+
+TEST(CliRepair, SavesWhatCanBeReadAndNamesWhatIsLost) {
+  const Desk desk;
+  desk.furnish();
+  desk.ok("entry add --date 2025-02-03 --text Oak 4010:800 1930:-800");
+  spoilLeaf(desk, "Entry");
+  const std::string damaged = desk.read("book.bokfolio");
+  Outcome outcome = desk.run("check --repair");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out,
+              HasSubstr("book.bokfolio is left as it was; what can be read of it is in "
+                        "book-repaired.bokfolio"));
+  EXPECT_THAT(
+      outcome.out,
+      HasSubstr("Entry 1: date 2025-02-03, fiscalYear (year 2025), name \"Oak\", number 1"));
+  EXPECT_THAT(outcome.out, HasSubstr("lost: entry of Row 1: Entry 1 is gone"));
+  EXPECT_THAT(outcome.out, HasSubstr("fault: rows: 2 belong to no entry"));
+  EXPECT_EQ(desk.read("book.bokfolio"), damaged);
+  // The new document is one to go on with.
+  desk.ok("-d book-repaired.bokfolio entry add --date 2025-02-04 1930:5 3001");
+  outcome = desk.run("--json -d book.bokfolio check --repair --to other.bokfolio");
+  EXPECT_EQ(outcome.status, 1);
+  const Json json = Json::parse(outcome.out);
+  EXPECT_EQ(json["to"], "other.bokfolio");
+  EXPECT_FALSE(json["sound"].get<bool>());
+  EXPECT_EQ(json["salvage"]["references"].size(), 2U);
+  EXPECT_EQ(json["checked"]["accounts"], 4);
+}
+
+TEST(CliRepair, MendsInPlaceWhatRecordsTell) {
+  const Desk desk;
+  desk.furnish();
+  desk.ok("entry add --date 2025-02-03 4010:800 1930:-800");
+  desk.sql("UPDATE Row SET debit='801' WHERE id=1; UPDATE Row SET credit='801' WHERE id=2");
+  const std::string before = desk.read("book.bokfolio");
+  const Json json = desk.json("check --repair");
+  EXPECT_EQ(json["repaired"], "in place");
+  EXPECT_EQ(json["backup"], "book.bokfolio.before-repair-2025-03-15.bak");
+  EXPECT_EQ(desk.read("book.bokfolio.before-repair-2025-03-15.bak"), before);
+  EXPECT_EQ(findings(desk, "fault"), std::vector<std::string>());
+}
+
+// A book without its settings would be of no use to any command.
+TEST(CliRepair, ALostBookIsMadeAnew) {
+  const Desk desk;
+  desk.furnish();
+  spoilLeaf(desk, "Book");
+  EXPECT_THAT(desk.run("check --repair").out, HasSubstr("The book's settings are lost"));
+  desk.ok("-d book-repaired.bokfolio book set --currency SEK");
+  EXPECT_EQ(desk.json("-d book-repaired.bokfolio account list").size(), 4U);
+}
+
+TEST(CliRepair, WithoutAnythingToReadSaysSo) {
+  const Desk desk;
+  desk.write("book.bokfolio", std::string(9000, 'x'));
+  const Outcome outcome = desk.run("check --repair");
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.err, HasSubstr("is not a document of this program"));
+  EXPECT_NE(desk.run("check --to elsewhere").status, 0);
+}
+
+TEST(CliBackup, IsDatedCompleteAndReplacesNothing) {
+  const Desk desk;
+  desk.furnish();
+  EXPECT_EQ(desk.json("backup")["backup"], "book-2025-03-15.bokfolio");
+  desk.ok("account add 5010 Rent");  // a copy beside it does not hide the document
+  EXPECT_THAT(desk.ok("backup"), HasSubstr("book-2025-03-15-2.bokfolio: a complete copy"));
+  EXPECT_EQ(desk.json("-d book-2025-03-15.bokfolio account list").size(), 4U);
+  EXPECT_EQ(desk.json("-d book-2025-03-15-2.bokfolio account list").size(), 5U);
+  EXPECT_EQ(desk.run("backup book.bokfolio").status, 3);
+  spoilLeaf(desk, "Account");
+  EXPECT_EQ(desk.run("backup copy").status, 3);
+  EXPECT_TRUE(desk.read("copy").empty());
 }
 
 }  // namespace

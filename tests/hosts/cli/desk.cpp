@@ -94,6 +94,21 @@ void Desk::sql(const std::string& statement, const std::string& document) const 
   sqlite3_close(database);
 }
 
+std::string Desk::question(const std::string& sql, const std::string& document) const {
+  sqlite3* database = nullptr;
+  EXPECT_EQ(sqlite3_open_v2(path(document).c_str(), &database, SQLITE_OPEN_READONLY, nullptr),
+            SQLITE_OK);
+  std::string answer;
+  const auto take = [](void* into, int, char** values, char**) {
+    auto& text = *static_cast<std::string*>(into);
+    if (text.empty() && values[0] != nullptr) text = values[0];
+    return 0;
+  };
+  EXPECT_EQ(sqlite3_exec(database, sql.c_str(), take, &answer, nullptr), SQLITE_OK) << sql;
+  sqlite3_close(database);
+  return answer;
+}
+
 void Desk::furnish() const {
   ok("new book --year 2025 --chart none");
   ok("account add 1930 Bank");

@@ -40,6 +40,9 @@ class Desk {
   // Does something behind the program's back to the document's file.
   void sql(const std::string& statement, const std::string& document = "book.bokfolio") const;
 
+  // The first value that a question put to the file itself is answered with.
+  std::string question(const std::string& sql, const std::string& document = "book.bokfolio") const;
+
   // A document book.bokfolio of 2025 with accounts 1930 Bank, 2440 Payables, 3001 Sales, 4010
   // Timber and tags 10 Kitchens, 20 Furniture.
   void furnish() const;
