@@ -89,6 +89,8 @@ std::optional<std::vector<Record*>> Context::fetchEntitiesWithName(
 
 const std::string& Context::fetchFailure() const { return parts_->fetchFailure; }
 
+void Context::forgetFetchFailure() { parts_->fetchFailure.clear(); }
+
 std::size_t Context::count(std::string_view entityName, const std::optional<Predicate>& predicate) {
   return countOf(fetchQuery(*parts_, entityName, predicate));
 }

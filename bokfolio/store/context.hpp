@@ -80,6 +80,9 @@ class BOKFOLIO_EXPORT Context {
   // Why the latest fetch that failed since the last save or rollback did, "" when none failed: for
   // hosts that show what they were answered.
   const std::string& fetchFailure() const;
+  // For a host that did nothing but look, or has asked again: nothing that has changed rests on the
+  // answer that failed, and a save need not be refused.
+  void forgetFetchFailure();
   // The same for a class; a failed fetch is empty.
   template <class T>
   std::vector<T*> fetch(const std::optional<Predicate>& predicate = std::nullopt,
@@ -119,8 +122,9 @@ class BOKFOLIO_EXPORT Context {
   // changed, in memory or in the document. Errors: the record's own; in the store's domain 1550
   // when a record refused without an error, 1600 for a deletion that a Deny rule forbids; the
   // engine's; in the engine's domain Failed when a fetch failed since the last save or rollback:
-  // what was taken for nothing may have been decided upon, and only a rollback helps. While a save validates, hooks may change records, but saving, rolling back and undo
-  // throw StoreError.
+  // what was taken for nothing may have been decided upon, and only a rollback helps (but see
+  // forgetFetchFailure). While a save validates, hooks may change records, but saving, rolling back
+  // and undo throw StoreError.
   bool save(ErrorOut error = nullptr);
   // Back to the last saved state, exactly. Inserted records become shells. Transient values stay.
   void rollback();

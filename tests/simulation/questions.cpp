@@ -210,6 +210,7 @@ void askWhileUnreadable(Desk& desk, const PlainFirm& plain, const Step& step) {
   } catch (const LoadError&) {
   }
   desk.faults->clear();
+  desk.context().forgetFetchFailure();
   askQuestion(desk, plain, step);
 }
 
