@@ -2,7 +2,7 @@
 // the lines up to "BYTES" are run as SQL on a sound document, past this library; what follows
 // overwrites single bytes of the file, four bytes a patch (offset of three bytes, value), or cuts
 // it short (offset FFFFFF, value in 256ths). The result is opened for reading and for writing, read
-// whole, verified, changed, saved and closed.
+// whole, verified, changed, saved and closed, and salvaged.
 #include "bokfolio/model/document.hpp"
 
 #include <sqlite3.h>
@@ -16,6 +16,7 @@
 #include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
 #include "bokfolio/model/ledger/row.hpp"
+#include "bokfolio/store/persistence/sqlite/salvage.hpp"
 #include "bokfolio/store/store_error.hpp"
 #include "tests/fuzz/support/fuzz.hpp"
 #include "tests/world/world.hpp"
@@ -173,13 +174,28 @@ void use(OpenMode mode) {
   }
 }
 
+// What can be salvaged at all is a sound document then.
+void salvage() {
+  static const auto schema = standardModel().freeze();
+  const std::string target = fuzz::scratchFolder() + "/salvaged.bokfolio";
+  SalvageReport report;
+  std::optional<Error> error;
+  const bool done = salvageSqliteDocument(*schema, path(), target, {}, report, &error);
+  fuzz::expectExplained(done, error);
+  if (!done) return;
+  const auto document = openDocument(target, OpenMode::ReadWrite, environment(), &error);
+  expect(document != nullptr && document->persistence().verify(&error),
+         "what was salvaged is sound", error ? error->localizedDescription() : "");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   makeDocument(fuzz::textOf(data, size));
   const std::string before = fuzz::readBytes(path());
   use(OpenMode::ReadOnly);
-  expect(fuzz::readBytes(path()) == before, "reading changes nothing");
+  salvage();
+  expect(fuzz::readBytes(path()) == before, "reading and salvaging change nothing");
   use(OpenMode::ReadWrite);
   return 0;
 }

@@ -5,7 +5,6 @@
 
 #include "bokfolio/store/internal/query.hpp"
 #include "bokfolio/store/internal/store_parts.hpp"
-#include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/store_error.hpp"
 
 namespace bokfolio::internal {
@@ -133,10 +132,12 @@ ChangeSet changeSet(StoreParts& store) {
 // Before validation, which would blame the record; and after it, since its hooks ask, too.
 bool restsOnUnread(StoreParts& store, ErrorOut error) {
   if (store.fetchFailure.empty() || !hasChanges(store)) return false;
-  failPersistence(
-      error, PersistenceError::Failed,
-      "What these changes rest on could not be read, so that they must be taken back: " +
-          store.fetchFailure);
+  if (error != nullptr) {
+    *error =
+        Error(kPersistenceErrorDomain, static_cast<int>(PersistenceError::Failed),
+              "What these changes rest on could not be read, so that they must be taken back: " +
+                  store.fetchFailure);
+  }
   return true;
 }
 

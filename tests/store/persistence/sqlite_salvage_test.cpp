@@ -203,6 +203,20 @@ TEST_F(SqliteSalvage, WrongBytesNeverCrash) {
   EXPECT_GT(made, 100);
 }
 
+TEST_F(SqliteSalvage, AFreeBlockThatLeadsToItselfIsDamageLikeAnother) {
+  createSample();
+  const std::string leaf =
+      raw("SELECT min(pageno) FROM dbstat WHERE pagetype='leaf' AND name='Paper'");
+  std::string bytes = bytesOf(path);
+  const std::size_t at = (std::stoul(leaf) - 1) * kPage;
+  bytes.replace(at + 1, 2, "\x0F\xFA");
+  bytes.replace(at + 0xFFA, 4, std::string("\x0F\xFA\0\0", 4));
+  write(path, bytes);
+  ASSERT_EQ(salvage(), kNone);
+  EXPECT_FALSE(told("Paper").doubtful.empty());
+  EXPECT_GT(salvaged().at("Paper").size(), 200U);
+}
+
 TEST_F(SqliteSalvage, ADamagedHeadIsPutRight) {
   createSample();
   const std::string good = bytesOf(path);
@@ -386,6 +400,12 @@ TEST_F(SqliteSalvage, AnInterruptedSaveIsTakenBack) {
   ASSERT_EQ(salvage(), kNone);
   EXPECT_EQ(salvaged(), sound);
   EXPECT_EQ(report.remarks.size(), 1U);
+  // A journal that speaks of more pages than anything has.
+  std::string boastful = journal;
+  boastful.replace(16, 4, "\x7F\xFF\xFF\xFF");
+  write(path + "-journal", boastful);
+  ASSERT_EQ(salvage(), kNone);
+  EXPECT_EQ(salvaged(), sound);
   write(path + "-journal", journal.substr(0, journal.size() / 2));
   ASSERT_EQ(salvage(), kNone);
   salvaged();

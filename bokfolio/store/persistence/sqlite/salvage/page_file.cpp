@@ -48,7 +48,8 @@ PageFile::PageFile(int descriptor, const std::string& path)
   findPageSize(head);
   pages_ = static_cast<std::uint32_t>(
       std::min<std::int64_t>(size_ / pageSize_, std::numeric_limits<std::int32_t>::max()));
-  if (journal_.isHot()) pages_ = std::min(std::max(pages_, journal_.pages()), journal_.pages());
+  // What the journal says of the document before, as far as file and journal have pages of it.
+  if (journal_.isHot()) pages_ = std::min(std::max(pages_, journal_.lastPage()), journal_.pages());
   if (pages_ == 0) {
     throw Failure{PersistenceError::NotADocument,
                   "\"" + path + "\" is not a document of this program."};
@@ -142,7 +143,7 @@ void PageFile::checkLength(const std::string& head) {
   const std::uint32_t stated = big32(head, 28);
   const std::int64_t there = size_ / pageSize_;
   if (journal_.isHot()) {
-    if (there < pages_) remarks_.push_back("The file is cut short.");
+    if (pages_ < journal_.pages()) remarks_.push_back("The file is cut short.");
     return;
   }
   if (stated > there) {

@@ -147,10 +147,12 @@ class Parser {
     if (content == 0) content = 65536;
     if (content < pointersEnd() || content > page_.size()) return false;
     used += content - pointersEnd() + bigEndian(page_, head_ + 7, 1);
+    constexpr std::size_t kSmallestBlock = 4;
     for (std::size_t block = big16(page_, head_ + 1); block != 0;) {
       const std::size_t next = big16(page_, block);
       const std::size_t size = big16(page_, block + 2);
-      if (block < content || block + 4 > page_.size() || (next != 0 && next < block + size))
+      if (block < content || size < kSmallestBlock || block + size > page_.size() ||
+          (next != 0 && next < block + size))
         return false;
       used += size;
       block = next;

@@ -23,6 +23,8 @@ class HotJournal {
   std::uint32_t pageSize() const { return pageSize_; }
   // How many pages the document had.
   std::uint32_t pages() const { return pages_; }
+  // The highest page that the journal has.
+  std::uint32_t lastPage() const { return places_.empty() ? 0 : places_.rbegin()->first; }
   // The page as it was; false when the save had not touched it.
   bool read(std::uint32_t number, std::string& page) const;
   const std::vector<std::string>& remarks() const { return remarks_; }
