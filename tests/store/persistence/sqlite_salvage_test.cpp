@@ -113,7 +113,7 @@ class SqliteSalvage : public SqliteFile {
     for (const std::string entity : {"Folder", "Paper"}) {
       std::set<RecordId> missing = idsIn(sound, entity);
       for (const auto& [id, saved] : after.at(entity)) {
-        missing.erase(id);
+        ASSERT_EQ(missing.erase(id), 1U) << entity << " " << id << " came back";
         Saved expected = sound.at(entity).at(id);
         for (const std::string& column : droppedFrom(entity, id))
           EXPECT_EQ(expected.cells.erase(column), 1U);
