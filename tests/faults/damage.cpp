@@ -5,6 +5,7 @@
 #include <random>
 
 #include "bokfolio/model/document.hpp"
+#include "bokfolio/store/persistence/sqlite/salvage.hpp"
 #include "bokfolio/store/store_error.hpp"
 #include "tests/faults/child.hpp"
 #include "tests/faults/scenarios.hpp"
@@ -88,6 +89,29 @@ Sight lookInChild(const std::string& path, OpenMode mode) {
   return {static_cast<Ending>(said.front() - '0'), said.substr(1)};
 }
 
+// The share of the sample's records that can be salvaged; nullopt when the file is refused.
+std::optional<double> salvage(const std::string& path) {
+  const std::string to = path + "-salvaged";
+  const std::string said = inChild([&]() -> std::string {
+                             static const auto schema = standardModel().freeze();
+                             SalvageReport report;
+                             std::optional<Error> error;
+                             if (!salvageSqliteDocument(*schema, path, to, {}, report, &error)) {
+                               expect(!wordsOf(error).empty(), "salvaging failed without words");
+                               return "none";
+                             }
+                             const auto context = opened(to);
+                             const std::string wrong = unsoundness(*context);
+                             expect(wrong.empty(), "salvaged, and not sound: " + wrong);
+                             std::size_t kept = 0;
+                             for (const auto& [record, text] : dumpOf(*context))
+                               kept += sample().dump.count(record);
+                             return std::to_string(kept);
+                           }).value();
+  if (said == "none") return std::nullopt;
+  return std::stod(said) / static_cast<double>(sample().dump.size());
+}
+
 void meet(Table& table, const std::string& fault, const std::string& bytes, OpenMode mode,
           const std::string& where) {
   const TemporaryFolder folder;
@@ -96,6 +120,10 @@ void meet(Table& table, const std::string& fault, const std::string& bytes, Open
     const Sight seen = lookInChild(folder / "firm", mode);
     table.count(fault, seen.ending, seen.words);
     expect(mode != OpenMode::ReadOnly || bytesOf(folder / "firm") == bytes, "reading wrote");
+    if (seen.ending != Ending::Refused) return;
+    writeBytes(folder / "firm", bytes);
+    table.countWayOut(fault, salvage(folder / "firm"));
+    expect(bytesOf(folder / "firm") == bytes, "salvaging wrote");
   } catch (const std::exception& broken) {
     throw Broken(fault + ", " + where + ": " + broken.what());
   }

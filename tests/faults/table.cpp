@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 
 #include "tests/faults/firm.hpp"
 
@@ -9,8 +10,8 @@ namespace bokfolio::faults {
 
 namespace {
 
-constexpr const char* kHeads[] = {"fault",   "tried",    "old state", "new state",
-                                  "refused", "not seen", "lost",      "in these words"};
+constexpr const char* kHeads[] = {"fault",    "tried", "old state", "new state",     "refused",
+                                  "not seen", "lost",  "way out",   "in these words"};
 constexpr std::size_t kSentences = 3;
 
 std::string joined(const std::vector<std::string>& cells, bool markdown) {
@@ -25,8 +26,9 @@ Table::Line& Table::line(const std::string& fault) {
   const auto found = std::find_if(lines_.begin(), lines_.end(),
                                   [&](const Line& each) { return each.fault == fault; });
   if (found != lines_.end()) return *found;
-  lines_.push_back({fault, {}, {}, ""});
-  return lines_.back();
+  Line& made = lines_.emplace_back();
+  made.fault = fault;
+  return made;
 }
 
 void Table::count(const std::string& fault, Ending ending, const std::string& words) {
@@ -35,12 +37,36 @@ void Table::count(const std::string& fault, Ending ending, const std::string& wo
   if (!words.empty()) ++counted.words[words];
 }
 
+void Table::countWayOut(const std::string& fault, std::optional<double> share) {
+  Line& counted = line(fault);
+  ++counted.tried;
+  if (share) ++counted.salvaged;
+  counted.kept += share.value_or(0);
+}
+
 void Table::remark(const std::string& fault, const std::string& text) { line(fault).remark = text; }
 
 std::size_t Table::counted(const std::string& fault, Ending ending) const {
   for (const Line& each : lines_)
     if (each.fault == fault) return each.endings[static_cast<std::size_t>(ending)];
   return 0;
+}
+
+std::size_t Table::waysOut(const std::string& fault) const {
+  for (const Line& each : lines_)
+    if (each.fault == fault) return each.salvaged;
+  return 0;
+}
+
+// How many documents were salvaged, and how much of their records on the average.
+std::string Table::wayOutOf(const Line& line) {
+  if (line.tried == 0) return "";
+  std::string text = std::to_string(line.salvaged) + " of " + std::to_string(line.tried);
+  if (line.salvaged == 0) return text;
+  char share[32];
+  std::snprintf(share, sizeof share, ", %.1f %%",
+                100 * line.kept / static_cast<double>(line.salvaged));
+  return text + share;
 }
 
 // The most frequent sentences.
@@ -61,13 +87,13 @@ std::string Table::wordsOf(const Line& line) {
 // Lost is nothing: the first loss ends the run.
 std::string Table::text(bool markdown) const {
   std::string all = joined({std::begin(kHeads), std::end(kHeads)}, markdown);
-  if (markdown) all += "|---|---:|---:|---:|---:|---:|---:|---|\n";
+  if (markdown) all += "|---|---:|---:|---:|---:|---:|---:|---:|---|\n";
   for (const Line& each : lines_) {
     const auto& ends = each.endings;
     std::vector<std::string> cells{each.fault,
                                    std::to_string(ends[0] + ends[1] + ends[2] + ends[3])};
     for (const std::size_t number : ends) cells.push_back(std::to_string(number));
-    cells.insert(cells.end(), {"0", wordsOf(each)});
+    cells.insert(cells.end(), {"0", wayOutOf(each), wordsOf(each)});
     all += joined(cells, markdown);
   }
   return all;
