@@ -1,3 +1,4 @@
+#include <cmath>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdio>
@@ -66,7 +67,7 @@ class JpegReader {
     if (pix_ == nullptr || decoder_.density_unit == 0) return;
     // Dots an inch; unit 2 says a centimetre.
     const auto perInch = [&](UINT16 density) {
-      return decoder_.density_unit == 1 ? density : static_cast<l_int32>(density * 2.54 + 0.5);
+      return decoder_.density_unit == 1 ? density : static_cast<l_int32>(std::lround(density * 2.54));
     };
     pixSetResolution(pix_.get(), perInch(decoder_.X_density), perInch(decoder_.Y_density));
   }

@@ -30,7 +30,7 @@ void bind(Statement& statement, int position, const StoredValue& value) {
 
 SalvageTarget::SalvageTarget(const std::string& path, const SalvagePlan& plan,
                              const std::string& application)
-    : plan_(plan), connection_(path, Connection::Access::ReadWrite, 0) {
+    : connection_(path, Connection::Access::ReadWrite, 0) {
   for (const PlannedTable& planned : plan.tables) tables_.push_back(planned.table);
   connection_.setCache(kCache);
   // The file counts for nothing until it is published, which flushes it.
@@ -43,8 +43,8 @@ SalvageTarget::SalvageTarget(const std::string& path, const SalvagePlan& plan,
     inserts_.push_back(connection_.prepare(text + " ON CONFLICT DO NOTHING"));
   }
   transaction_.emplace(connection_);
-  // Sums are of no records yet, and say so once they were computed.
-  connection_.execute("DELETE FROM bokfolio_document WHERE substr(name, 1, 4)='sum_'");
+  // Sums are of no records yet, and say so once they were computed. '`' comes after '_'.
+  connection_.execute("DELETE FROM bokfolio_document WHERE name>='sum_' AND name<'sum`'");
 }
 
 bool SalvageTarget::insert(std::size_t table, std::int64_t id, std::int64_t version,

@@ -15,7 +15,7 @@ namespace bokfolio::internal {
 
 class SalvageTarget {
  public:
-  // An empty file becomes a document with the tables of the plan, which must outlive this.
+  // An empty file becomes a document with the tables of the plan.
   SalvageTarget(const std::string& path, const SalvagePlan& plan, const std::string& application);
 
   // Values by column of the planned table. False when there is such a record already.
@@ -32,7 +32,6 @@ class SalvageTarget {
   void dropBroken(const SqlTable& table, const SqlColumn& column,
                   std::vector<SalvageReport::Reference>& dropped);
 
-  const SalvagePlan& plan_;
   Connection connection_;
   std::vector<SqlTable> tables_;
   std::vector<Statement> inserts_;  // by table
