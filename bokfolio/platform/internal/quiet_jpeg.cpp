@@ -67,7 +67,8 @@ class JpegReader {
     if (pix_ == nullptr || decoder_.density_unit == 0) return;
     // Dots an inch; unit 2 says a centimetre.
     const auto perInch = [&](UINT16 density) {
-      return decoder_.density_unit == 1 ? density : static_cast<l_int32>(std::lround(density * 2.54));
+      return decoder_.density_unit == 1 ? density
+                                        : static_cast<l_int32>(std::lround(density * 2.54));
     };
     pixSetResolution(pix_.get(), perInch(decoder_.X_density), perInch(decoder_.Y_density));
   }
