@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "bokfolio/store/persistence/sqlite/salvage.hpp"
+#include "tests/store/describe.hpp"
 #include "tests/store/persistence/sqlite_fixture.hpp"
 
 namespace bokfolio::test {
@@ -336,6 +337,37 @@ TEST_F(SqliteSalvage, IdsAreNotGivenTwiceAndBrokenReferencesAreNil) {
   EXPECT_EQ(nextIdOf(*document, *schema, "Folder"), 78U);
   EXPECT_EQ(commit(*document, Draft(schema).insert("Paper", 301, {{"folder", Reference{1}}})),
             std::nullopt);
+}
+
+// Both sides of a pair are stored: what one has lost the other still tells.
+TEST_F(SqliteSalvage, PairsAreMendedFromTheirOtherSide) {
+  std::vector<EntityDescription> entities(2);
+  entities[0].name = "Folder";
+  entities[0].properties = {relation("paper", PropertyKind::ToOne, "Paper", "folder")};
+  entities[1].name = "Paper";
+  entities[1].properties = {relation("folder", PropertyKind::ToOne, "Folder", "paper")};
+  schema = std::make_shared<Schema>(entities);
+  Draft draft(schema);
+  // Folder to paper, and back; 0 is nil.
+  const std::pair<RecordId, RecordId> stored[] = {{1, 0}, {2, 3}, {0, 0}, {4, 0}, {4, 6}, {6, 5}};
+  const auto to = [](const char* name, RecordId id) {
+    return id == 0 ? Cells{} : Cells{{name, Reference{id}}};
+  };
+  for (RecordId id = 1; id <= std::size(stored); ++id) {
+    draft.insert("Folder", id, to("paper", stored[id - 1].first));
+    draft.insert("Paper", id, to("folder", stored[id - 1].second));
+  }
+  ASSERT_EQ(commit(*opened(OpenMode::Create), draft), std::nullopt);
+  ASSERT_EQ(salvage(), kNone);
+  Content after = salvaged();
+  const std::pair<RecordId, RecordId> mended[] = {{1, 1}, {0, 3}, {2, 0}, {0, 0}, {0, 0}, {0, 0}};
+  for (RecordId id = 1; id <= std::size(mended); ++id) {
+    EXPECT_EQ(after["Folder"].at(id).cells, to("paper", mended[id - 1].first)) << id;
+    EXPECT_EQ(after["Paper"].at(id).cells, to("folder", mended[id - 1].second)) << id;
+  }
+  std::vector<RecordId> dropped;
+  for (const auto& each : report.references) dropped.push_back(each.record);
+  EXPECT_EQ(dropped, (std::vector<RecordId>{2, 4, 5, 6, 5, 6}));
 }
 
 TEST_F(SqliteSalvage, TablesOfAPlugInThatIsAwayAreKept) {

@@ -52,7 +52,8 @@ struct SalvageReport {
     std::string column;
     std::string reason;  // "is no decimal number (12.x)"
   };
-  // A reference to a record that is not there any more; it is nil now.
+  // A reference to a record that is not there any more, or that does not refer back as it must; it
+  // is nil now.
   struct Reference {
     std::string table;
     RecordId record = 0;

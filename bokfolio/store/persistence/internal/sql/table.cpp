@@ -55,7 +55,10 @@ SqlTable sqlTable(const Entity& entity) {
     column.name = property.name();
     column.kind = property.kind();
     column.ordinal = property.ordinal();
-    if (property.isToOne()) column.target = property.target().name();
+    if (property.isToOne()) {
+      column.target = property.target().name();
+      if (property.inverse().persistent()) column.inverse = property.inverse().name();
+    }
     table.columns.push_back(std::move(column));
   }
   for (const SqlColumn& column : table.columns)

@@ -17,6 +17,7 @@ struct SqlColumn {
   PropertyKind kind = PropertyKind::Integer;
   std::string target;  // to-one only: the table referred to
   std::uint16_t ordinal = 0;
+  std::string inverse = {};  // to-one only: its column that refers back, where it is to-one, too
 };
 
 struct SqlIndex {

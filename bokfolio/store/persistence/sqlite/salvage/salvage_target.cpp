@@ -1,5 +1,8 @@
 #include "bokfolio/store/persistence/sqlite/salvage/internal/salvage_target.hpp"
 
+#include <map>
+#include <set>
+
 #include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_reader.hpp"
 
@@ -97,6 +100,70 @@ void SalvageTarget::dropBroken(const SqlTable& table, const SqlColumn& column,
   if (any) {
     connection_.execute("UPDATE " + quoted(table.name) + " SET " + name + "=NULL" + broken);
   }
+}
+
+void SalvageTarget::joinPairs(SalvageReport& report) {
+  using Step = void (SalvageTarget::*)(const SqlTable&, const SqlColumn&, SalvageReport&);
+  for (const Step step : {&SalvageTarget::restoreInverse, &SalvageTarget::dropOneSided}) {
+    for (const SqlTable& table : tables_) {
+      for (const SqlColumn& column : table.columns)
+        if (!column.inverse.empty()) (this->*step)(table, column, report);
+    }
+  }
+}
+
+// Where the column refers to a record that refers to none, and is the only one that does.
+void SalvageTarget::restoreInverse(const SqlTable& table, const SqlColumn& column,
+                                   SalvageReport& report) {
+  std::map<std::int64_t, std::vector<std::int64_t>> referring;  // by the record referred to
+  Statement find =
+      connection_.prepare("SELECT far.id, own.id FROM " + quoted(table.name) + " AS own JOIN " +
+                          quoted(column.target) + " AS far ON far.id=own." + quoted(column.name) +
+                          " WHERE far." + quoted(column.inverse) + " IS NULL");
+  while (find.step()) referring[find.integer(0)].push_back(find.integer(1));
+  std::set<RecordId> restored;
+  for (const auto& [far, own] : referring) {
+    if (own.size() > 1) continue;
+    setReference(column.target, column.inverse, far, own.front());
+    restored.insert(static_cast<RecordId>(far));
+  }
+  // What was told to be lost there is not.
+  const auto isRestored = [&](const auto& told) {
+    return told.table == column.target && told.column == column.inverse &&
+           restored.count(told.record) != 0;
+  };
+  std::erase_if(report.values, isRestored);
+  std::erase_if(report.references, isRestored);
+}
+
+void SalvageTarget::dropOneSided(const SqlTable& table, const SqlColumn& column,
+                                 SalvageReport& report) {
+  std::vector<SalvageReport::Reference> dropped;
+  Statement find = connection_.prepare(
+      "SELECT own.id, far.id FROM " + quoted(table.name) + " AS own JOIN " + quoted(column.target) +
+      " AS far ON far.id=own." + quoted(column.name) + " WHERE far." + quoted(column.inverse) +
+      " IS NOT own.id ORDER BY own.id");
+  while (find.step()) {
+    dropped.push_back({table.name, static_cast<RecordId>(find.integer(0)), column.name,
+                       column.target, static_cast<RecordId>(find.integer(1))});
+  }
+  for (const auto& each : dropped)
+    setReference(table.name, column.name, static_cast<std::int64_t>(each.record), 0);
+  report.references.insert(report.references.end(), dropped.begin(), dropped.end());
+}
+
+// 0: to nothing.
+void SalvageTarget::setReference(const std::string& table, const std::string& column,
+                                 std::int64_t id, std::int64_t target) {
+  Statement statement =
+      connection_.prepare("UPDATE " + quoted(table) + " SET " + quoted(column) + "=?2 WHERE id=?1");
+  statement.bind(1, id);
+  if (target == 0) {
+    statement.bindNull(2);
+  } else {
+    statement.bind(2, target);
+  }
+  statement.run();
 }
 
 void SalvageTarget::finish() {

@@ -73,6 +73,7 @@ void SalvageWork::run(const std::string& path, const std::string& application) {
   for (std::size_t table = 0; table < sources_.size(); ++table) tellLost(table);
   addMissingTargets();
   setNextIds(target);
+  target.joinPairs(report_);
   target.finish();
 }
 

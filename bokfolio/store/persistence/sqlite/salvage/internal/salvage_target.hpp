@@ -25,12 +25,19 @@ class SalvageTarget {
   void setNextId(std::size_t table, std::int64_t id);
   // Makes references to what is not there nil, and tells which.
   void dropBrokenReferences(std::vector<SalvageReport::Reference>& dropped);
+  // Two to-ones that are each other's inverse say the same from both sides. A side that is nil
+  // learns it from the other, and what contradicts becomes nil; the report says which.
+  void joinPairs(SalvageReport& report);
   // Ends the work and verifies it.
   void finish();
 
  private:
   void dropBroken(const SqlTable& table, const SqlColumn& column,
                   std::vector<SalvageReport::Reference>& dropped);
+  void restoreInverse(const SqlTable& table, const SqlColumn& column, SalvageReport& report);
+  void dropOneSided(const SqlTable& table, const SqlColumn& column, SalvageReport& report);
+  void setReference(const std::string& table, const std::string& column, std::int64_t id,
+                    std::int64_t target);
 
   Connection connection_;
   std::vector<SqlTable> tables_;
