@@ -70,6 +70,9 @@ std::vector<Strange> strangeFiles() {
   using enum OpenMode;
   const auto nothing = [](const std::string&) {};
   const auto folder = [](const std::string& path) { std::filesystem::create_directory(path); };
+  const auto readOnlyFolder = [](const std::string& path) {
+    ::chmod(folderOf(path).c_str(), 0555);
+  };
   const auto empty = [](const std::string& path) { writeBytes(path, ""); };
   const auto text = [](const std::string& path) { writeBytes(path, std::string(9000, 'a')); };
   const auto foreign = [](const std::string& path) {
@@ -95,7 +98,7 @@ std::vector<Strange> strangeFiles() {
       {"a file of somebody else", withPermissions(0777, 0600), ReadWrite, Failed, true},
       {"a folder for reading only", withPermissions(0555, 0666), ReadWrite,
        PersistenceError::ReadOnly, true},
-      {"a new file in such a folder", withPermissions(0555, 0666), Create, AlreadyExists, true},
+      {"a new file in such a folder", readOnlyFolder, Create, PersistenceError::ReadOnly, true},
       {"a folder that is closed", withPermissions(0700, 0666), ReadWrite, Failed, true},
   };
 }
