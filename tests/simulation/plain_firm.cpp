@@ -202,6 +202,18 @@ int PlainFirm::file(Id id, std::vector<Id>& filed) {
   return 0;
 }
 
+void PlainFirm::dropAccount(Id account) {
+  accounts.drop(account);
+  std::vector<Id> concerned;
+  for (const auto& [id, bill] : bills)
+    if (std::any_of(bill->lines.begin(), bill->lines.end(),
+                    [account](const PlainBillLine& line) { return line.account == account; }))
+      concerned.push_back(id);
+  for (const Id id : concerned)
+    for (PlainBillLine& line : bills.edit(id).lines)
+      if (line.account == account) line.account = 0;
+}
+
 void PlainFirm::forgetTag(Id tag) {
   std::vector<Id> marked;
   for (const auto& [id, entry] : entries)

@@ -248,6 +248,8 @@ class PlainFirm {
   // leave some filed.
   int file(Id entry, std::vector<Id>& filed);
   void forgetTag(Id tag);
+  // Takes the account out, and out of the lines of bills.
+  void dropAccount(Id account);
 
   // --- Invoicing; see plain_sales.cpp
   std::int64_t nextInvoiceNumber() const;

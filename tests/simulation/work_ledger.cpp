@@ -95,7 +95,7 @@ Outcome dropAccount(Desk& desk, PlainFirm& plain, const Step& step) {
   desk.context().deleteObject(desk.get<Account>(id));
   if (denied) return refusedBySave(desk);
   forgetOpenings(plain, concerned);
-  plain.accounts.drop(id);
+  plain.dropAccount(id);
   return Outcome::Done;
 }
 
@@ -191,7 +191,7 @@ Outcome dropWhileAway(Desk& desk, PlainFirm& plain, const Step& step) {
   forgetOpenings(plain, [=](const std::pair<Id, Id>& key) {
     return isYear ? key.second == id : key.first == id;
   });
-  isYear ? plain.years.drop(id) : plain.accounts.drop(id);
+  isYear ? plain.years.drop(id) : plain.dropAccount(id);
   return Outcome::Done;
 }
 
