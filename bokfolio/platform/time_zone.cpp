@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -118,6 +119,9 @@ TimeZone TimeZone::system() {
     }
     return named(name).value_or(utc());
   }
+  // ICU looks for it with buffers that are one for the process.
+  static std::mutex looking;
+  const std::lock_guard guard(looking);
   const std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
   if (host == nullptr) return utc();
   icu::UnicodeString id;
