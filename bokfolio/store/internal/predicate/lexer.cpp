@@ -91,7 +91,8 @@ std::string located(std::string_view text, std::size_t offset, std::string_view 
   std::size_t shown = text.size();
   if (shown > kQuotedBytes) {
     shown = kQuotedBytes;
-    while (isContinuation(text[shown])) --shown;
+    // A character has no more than three; others are no text.
+    for (int back = 0; back < 3 && isContinuation(text[shown]); ++back) --shown;
   }
   std::string message(what);
   message += ", column " + std::to_string(column + 1) + " of \"";
