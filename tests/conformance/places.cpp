@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 #include "bokfolio/store/persistence/faults/fault_injecting_persistence.hpp"
@@ -86,6 +88,15 @@ std::vector<std::string> TemporaryFolder::names() const {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::string bytesOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 const std::vector<PlaceKind>& placeKinds() {

@@ -26,6 +26,10 @@ class TemporaryFolder {
   std::string path_;
 };
 
+// Whole files; "" for one that cannot be read.
+std::string bytesOf(const std::string& path);
+void writeBytes(const std::string& path, const std::string& bytes);
+
 class Place {
  public:
   virtual ~Place() = default;

@@ -1,7 +1,5 @@
 #include "tests/faults/firm.hpp"
 
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "bokfolio/interchange/sie/sie_importer.hpp"
@@ -224,15 +222,6 @@ std::unique_ptr<Context> opened(const std::string& path, OpenMode mode) {
   auto context = openDocument(path, mode, world().environment, &error);
   expect(context != nullptr, error ? error->localizedDescription() : "not opened, without words");
   return context;
-}
-
-std::string bytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void writeBytes(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 const Sample& sample() {

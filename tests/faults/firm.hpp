@@ -15,7 +15,9 @@
 
 namespace bokfolio::faults {
 
+using test::bytesOf;
 using test::TemporaryFolder;
+using test::writeBytes;
 
 // The promise was broken: state lost, a failure without words, an exception that no header names.
 class Broken : public std::runtime_error {
@@ -50,8 +52,6 @@ std::string unsoundness(Context& context);
 
 // A document that must open.
 std::unique_ptr<Context> opened(const std::string& path, OpenMode mode = OpenMode::ReadWrite);
-std::string bytesOf(const std::string& path);
-void writeBytes(const std::string& path, const std::string& bytes);
 
 // The sound document and what is in it, made once.
 struct Sample {

@@ -9,6 +9,16 @@ namespace bokfolio::simulation {
 
 namespace {
 
+// An entry of a bill, without rows and not filed.
+Entry* insertEntryOf(Desk& desk, const PlainEntry& entry) {
+  auto* live = desk.context().insert<Entry>();
+  live->setNumber(std::nullopt);
+  live->setName(entry.name);
+  live->setDate(date(entry.date));
+  live->setSupplierInvoice(desk.get<SupplierInvoice>(entry.bill));
+  return live;
+}
+
 // What came of a step in an invoice's life: the refusal that was foreseen, or the entry. An entry
 // that could not be filed, as a part of a loss may leave it, is the host's to take back.
 Outcome conclude(Desk& desk, PlainFirm& plain, bool done, const std::optional<Error>& error,
@@ -148,13 +158,8 @@ Outcome bookBill(Desk& desk, PlainFirm& plain, const Step& step) {
   if (id == 0) return Outcome::Nothing;
   PlainBill& bill = plain.bills.edit(id);
   PlainEntry entry{"Bill " + std::to_string(++plain.names), 0, desk.now(), 0, {}, id};
-  auto* live = desk.context().insert<Entry>();
-  live->setNumber(std::nullopt);
-  live->setName(entry.name);
-  live->setDate(date(entry.date));
-  auto* invoice = desk.get<SupplierInvoice>(id);
-  live->setSupplierInvoice(invoice);
-  for (const SupplierInvoiceLine* line : invoice->lines().members())
+  Entry* live = insertEntryOf(desk, entry);
+  for (const SupplierInvoiceLine* line : desk.get<SupplierInvoice>(id)->lines().members())
     line->addPurchaseRowsToEntry(*live);
   for (const PlainBillLine& line : bill.lines) {
     entry.rows.push_back({line.account, line.amount, 0, 0, bill.tag});
@@ -173,11 +178,7 @@ Outcome payBill(Desk& desk, PlainFirm& plain, const Step& step) {
   if (id == 0) return Outcome::Nothing;
   PlainBill& bill = plain.bills.edit(id);
   PlainEntry entry{"Bill " + std::to_string(++plain.names), 0, desk.now(), 0, {}, id};
-  auto* live = desk.context().insert<Entry>();
-  live->setNumber(std::nullopt);
-  live->setName(entry.name);
-  live->setDate(date(entry.date));
-  live->setSupplierInvoice(desk.get<SupplierInvoice>(id));
+  Entry* live = insertEntryOf(desk, entry);
   addRow(desk, entry, live->id(), plain.roles[kPayable], bill.amountInclVat());
   addRow(desk, entry, live->id(), plain.roles[kBank], -bill.amountInclVat());
   plain.entries.add(live->id(), std::move(entry));

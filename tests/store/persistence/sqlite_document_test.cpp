@@ -1,9 +1,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 
 #include "tests/store/persistence/sqlite_fixture.hpp"
 
@@ -13,17 +11,6 @@ namespace {
 
 using enum PersistenceError;
 constexpr PersistenceError kNone{};
-
-std::string bytesOf(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << stream.rdbuf();
-  return bytes.str();
-}
-
-void write(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
 
 class SqliteDocument : public SqliteFile {
  protected:
@@ -132,7 +119,7 @@ TEST_F(SqliteDocument, WhatIsNoneIsToldApartAndLeftAlone) {
   for (const Case& file : cases) {
     for (const OpenMode mode : {OpenMode::ReadOnly, OpenMode::ReadWrite}) {
       SCOPED_TRACE(file.what);
-      write(path, file.bytes);
+      writeBytes(path, file.bytes);
       EXPECT_EQ(opening(mode), file.code);
       EXPECT_EQ(bytesOf(path), file.bytes);
       EXPECT_EQ(folder.names(), std::vector<std::string>{"document"});
@@ -151,7 +138,7 @@ TEST_F(SqliteDocument, WhatIsNoneIsToldApartAndLeftAlone) {
 TEST_F(SqliteDocument, AppearsCompleteOrNotAtAll) {
   for (const char* name : {"file", "link"}) {
     if (name == std::string("file")) {
-      write(folder / name, "precious");
+      writeBytes(folder / name, "precious");
     } else {
       std::filesystem::create_symlink(folder / "nowhere", folder / name);
     }
@@ -160,7 +147,7 @@ TEST_F(SqliteDocument, AppearsCompleteOrNotAtAll) {
   EXPECT_EQ(openingAt(folder.path(), OpenMode::Create), AlreadyExists);
   EXPECT_EQ(openingAt(folder / "no/document", OpenMode::Create), NotFound);
   EXPECT_EQ(openingAt(folder / std::string(300, 'x'), OpenMode::Create), Failed);
-  write(path + "-journal", "of a document that was here");
+  writeBytes(path + "-journal", "of a document that was here");
   EXPECT_EQ(opening(OpenMode::Create), AlreadyExists);
   std::filesystem::remove(path + "-journal");
   EntityDescription twice;
@@ -205,7 +192,7 @@ TEST_F(SqliteDocument, ValuesThatNoSaveWroteAreFound) {
   };
   for (const Case& tampering : cases) {
     SCOPED_TRACE(tampering.sql);
-    write(path, good);
+    writeBytes(path, good);
     raw(tampering.sql);
     const auto document = opened(OpenMode::ReadWrite);
     std::optional<Error> error;
@@ -224,7 +211,7 @@ TEST_F(SqliteDocument, ValuesThatNoSaveWroteAreFound) {
     RecordId next = 0;
     EXPECT_TRUE(!document->nextId(schema->entity("Paper"), next, nullptr) || next >= 301U);
   }
-  write(path, good);
+  writeBytes(path, good);
   raw("ALTER TABLE Paper RENAME COLUMN version TO edition");
   EXPECT_EQ(opening(OpenMode::ReadWrite), Damaged);
 }
@@ -250,7 +237,7 @@ TEST_F(SqliteDocument, LinesThatNoSumsCanHaveAreFound) {
         Case{"dated=2 WHERE dated=1", true}, Case{"amount='' WHERE dated=1", true},
         Case{"instant=3 WHERE period=1 AND dated=0", true}}) {
     SCOPED_TRACE(tampering.change);
-    write(path, good);
+    writeBytes(path, good);
     raw(std::string("UPDATE bokfolio_sum_Line SET ") + tampering.change);
     const auto document = opened(OpenMode::ReadOnly);
     std::optional<Error> error;
@@ -275,7 +262,7 @@ TEST_F(SqliteDocument, FlippedBytesNeverCrash) {
     for (int flips = 0; flips < 4; ++flips) {
       bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
     }
-    write(path, bytes);
+    writeBytes(path, bytes);
     const auto document = engine(OpenMode::ReadOnly);
     std::optional<Error> error;
     if (document->open(*schema, &error) && document->verify(&error)) continue;
@@ -302,7 +289,7 @@ TEST_F(SqliteDocument, TablesOfACraftedFileThatAreNoneAreNotRead) {
         "DROP TABLE Paper; CREATE VIRTUAL TABLE Paper USING rtree(id, version, title)"}) {
     SCOPED_TRACE(sql);
     for (const OpenMode mode : {OpenMode::ReadOnly, OpenMode::ReadWrite}) {
-      write(path, good);
+      writeBytes(path, good);
       raw(sql);
       const auto document = engine(mode);
       if (!document->open(*schema, nullptr)) continue;

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <set>
-#include <sstream>
 
 #include "bokfolio/store/persistence/sqlite/salvage.hpp"
 #include "tests/store/describe.hpp"
@@ -18,17 +16,6 @@ namespace {
 using enum PersistenceError;
 constexpr PersistenceError kNone{};
 constexpr std::size_t kPage = 4096;
-
-std::string bytesOf(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << stream.rdbuf();
-  return bytes.str();
-}
-
-void write(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
 
 std::set<RecordId> idsIn(const Content& content, const std::string& entity) {
   std::set<RecordId> ids;
@@ -159,13 +146,13 @@ TEST_F(SqliteSalvage, ASpoiltPageCostsItsRecordsAndNoOthers) {
     std::string bytes = good;
     for (std::size_t i = (page - 1) * kPage; i < page * kPage; ++i)
       bytes[i] = static_cast<char>(~bytes[i]);
-    write(path, bytes);
+    writeBytes(path, bytes);
     ASSERT_EQ(salvage(), kNone);
     expectOnlyLoss(salvaged());
     EXPECT_EQ(lost(), records);
     EXPECT_EQ(report.values.size(), links * 3);  // the scan and what stands behind it
     spoilt += records + links;
-    write(path, good);
+    writeBytes(path, good);
   }
   EXPECT_EQ(spoilt, 260U + 40U + 6 * 2);
 }
@@ -186,7 +173,7 @@ TEST_F(SqliteSalvage, WrongBytesNeverCrash) {
       const std::size_t within = random() % (round % 2 == 0 ? kPage : 120);
       bytes[page * kPage + within] ^= static_cast<char>(1 + random() % 255);
     }
-    write(path, bytes);
+    writeBytes(path, bytes);
     const PersistenceError code = salvage();
     if (code != kNone) {
       EXPECT_EQ(page, 0U);
@@ -212,7 +199,7 @@ TEST_F(SqliteSalvage, AFreeBlockThatLeadsToItselfIsDamageLikeAnother) {
   const std::size_t at = (std::stoul(leaf) - 1) * kPage;
   bytes.replace(at + 1, 2, "\x0F\xFA");
   bytes.replace(at + 0xFFA, 4, std::string("\x0F\xFA\0\0", 4));
-  write(path, bytes);
+  writeBytes(path, bytes);
   ASSERT_EQ(salvage(), kNone);
   EXPECT_FALSE(told("Paper").doubtful.empty());
   EXPECT_GT(salvaged().at("Paper").size(), 200U);
@@ -232,7 +219,7 @@ TEST_F(SqliteSalvage, ADamagedHeadIsPutRight) {
     SCOPED_TRACE(damage.at);
     std::string bytes = good;
     bytes.replace(damage.at, damage.bytes.size(), damage.bytes);
-    write(path, bytes);
+    writeBytes(path, bytes);
     ASSERT_EQ(salvage(), kNone);
     EXPECT_EQ(salvaged(), sound);
     EXPECT_TRUE(report.lossless());
@@ -245,7 +232,7 @@ TEST_F(SqliteSalvage, OfACutFileTheRestStays) {
   const std::string good = bytesOf(path);
   for (const std::size_t length : {good.size() - 1, good.size() / 2, 6 * kPage}) {
     SCOPED_TRACE(length);
-    write(path, good.substr(0, length));
+    writeBytes(path, good.substr(0, length));
     ASSERT_EQ(salvage(), kNone);
     EXPECT_FALSE(report.remarks.empty());
     const Content after = salvaged();
@@ -263,7 +250,7 @@ TEST_F(SqliteSalvage, OfACutFileTheRestStays) {
     }
     EXPECT_GE(nextIdOf(*engineAtTarget(), *schema, "Paper"), 1U);
   }
-  write(path, good.substr(0, 50));
+  writeBytes(path, good.substr(0, 50));
   EXPECT_EQ(salvage(), NotADocument);
 }
 
@@ -272,18 +259,18 @@ TEST_F(SqliteSalvage, WhatIsNoneIsToldApart) {
   const std::string good = bytesOf(path);
   raw("PRAGMA user_version=3");
   EXPECT_EQ(salvage(), NewerFormat);
-  write(path, std::string(20'000, 'x'));
+  writeBytes(path, std::string(20'000, 'x'));
   EXPECT_EQ(salvage(), NotADocument);
-  write(path, "");
+  writeBytes(path, "");
   EXPECT_EQ(salvage(), NotADocument);
-  write(path, good);
+  writeBytes(path, good);
   raw("PRAGMA application_id=0; DROP TABLE bokfolio_entity; DROP TABLE bokfolio_document");
   EXPECT_EQ(salvage(), NotADocument);
-  write(path, good);
+  writeBytes(path, good);
   const auto writer = opened(OpenMode::ReadWrite);
   EXPECT_EQ(salvage(), InUse);
   std::optional<Error> error;
-  write(target(), "precious");
+  writeBytes(target(), "precious");
   EXPECT_FALSE(salvageSqliteDocument(*schema, path, target(), {}, report, &error));
   EXPECT_EQ(bytesOf(target()), "precious");
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", "new"}));
@@ -304,7 +291,7 @@ TEST_F(SqliteSalvage, ValuesThatNoSaveWroteAreLeftOut) {
             "is no text (A?B)"},
            {"UPDATE Paper SET folder=0 WHERE id=7", "folder", "refers to no record"},
            {"UPDATE Paper SET folder=-3 WHERE id=7", "folder", "refers to no record"}}) {
-    write(path, good);
+    writeBytes(path, good);
     raw(tampering.sql);
     ASSERT_EQ(salvage(), kNone);
     ASSERT_EQ(report.values.size(), 1U) << tampering.sql;
@@ -313,7 +300,7 @@ TEST_F(SqliteSalvage, ValuesThatNoSaveWroteAreLeftOut) {
     EXPECT_EQ(report.values[0].reason, tampering.reason);
     expectOnlyLoss(salvaged());
   }
-  write(path, good);
+  writeBytes(path, good);
   raw("UPDATE Paper SET version=0 WHERE id=7; UPDATE Paper SET amount='1.50' WHERE id=8");
   ASSERT_EQ(salvage(), kNone);
   const Content after = salvaged();
@@ -398,13 +385,13 @@ TEST_F(SqliteSalvage, DeletedRecordsStayDeleted) {
   std::string bytes = bytesOf(path);
   const std::size_t at = (std::stoul(root) - 1) * kPage;
   bytes.replace(at, kPage, kPage, '\xEE');
-  write(path, bytes);
+  writeBytes(path, bytes);
   ASSERT_EQ(salvage(), kNone);
   expectOnlyLoss(salvaged());
   EXPECT_EQ(lost(), 0U);
   // With the list of free pages gone, indexes still tell them apart; the rest is to be looked at.
   bytes.replace(32, 8, 8, '\0');
-  write(path, bytes);
+  writeBytes(path, bytes);
   ASSERT_EQ(salvage(), kNone);
   expectOnlyLoss(salvaged());
 }
@@ -435,10 +422,10 @@ TEST_F(SqliteSalvage, AnInterruptedSaveIsTakenBack) {
   // A journal that speaks of more pages than anything has.
   std::string boastful = journal;
   boastful.replace(16, 4, "\x7F\xFF\xFF\xFF");
-  write(path + "-journal", boastful);
+  writeBytes(path + "-journal", boastful);
   ASSERT_EQ(salvage(), kNone);
   EXPECT_EQ(salvaged(), sound);
-  write(path + "-journal", journal.substr(0, journal.size() / 2));
+  writeBytes(path + "-journal", journal.substr(0, journal.size() / 2));
   ASSERT_EQ(salvage(), kNone);
   salvaged();
   EXPECT_GE(report.remarks.size(), 2U);
@@ -462,7 +449,7 @@ TEST_F(SqliteSalvage, IndexesAreMadeAnewInPlace) {
   EXPECT_EQ(bytesOf(copy), damaged);
   // What indexes cannot mend is left alone.
   std::filesystem::remove(copy);
-  write(path, good);
+  writeBytes(path, good);
   raw("UPDATE Paper SET amount='x' WHERE id=7");
   const std::string wrong = bytesOf(path);
   std::optional<Error> error;

@@ -14,18 +14,12 @@ namespace bokfolio::internal {
 
 namespace {
 
-// As SQLite compares names.
-bool sameName(std::string_view a, const std::string& b) {
-  return a.size() == b.size() &&
-         sqlite3_strnicmp(a.data(), b.c_str(), static_cast<int>(b.size())) == 0;
-}
-
 // Whether the table has the column, of the right type.
 bool has(const Connection& connection, const SqlTable& table, const SqlColumn& column) {
   const auto found = connection.columnType(table.name, column.name);
   if (!found) return false;
   const std::string wanted(sqliteDialect().type(column.kind));
-  if (sameName(*found, wanted)) return true;
+  if (isSameName(*found, wanted)) return true;
   throw Failure{PersistenceError::Refused, "\"" + connection.path() + "\" holds " + table.name +
                                                "." + column.name + " as " + std::string(*found) +
                                                ", the model wants " + wanted + "."};

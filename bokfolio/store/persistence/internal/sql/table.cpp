@@ -11,21 +11,19 @@ namespace bokfolio::internal {
 
 namespace {
 
-std::string folded(std::string_view name) {
-  std::string result(name);
-  for (char& letter : result)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  return result;
+char small(char letter) {
+  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-bool isReserved(const std::string& name) {
-  return name.empty() || name.find('\0') != std::string::npos || name.rfind("sqlite_", 0) == 0 ||
-         name.rfind("bokfolio_", 0) == 0;
+std::string folded(std::string_view name) {
+  std::string result(name);
+  std::transform(result.begin(), result.end(), result.begin(), small);
+  return result;
 }
 
 void take(std::set<std::string>& taken, const std::string& name, const std::string& shown) {
   const std::string key = folded(name);
-  if (!isReserved(key) && taken.insert(key).second) return;
+  if (!isReservedName(key) && taken.insert(key).second) return;
   throw Failure{PersistenceError::Refused,
                 "The name of " + shown + " is reserved or taken in a document."};
 }
@@ -39,6 +37,19 @@ void addIndex(SqlTable& table, std::vector<std::string> columns) {
 }
 
 }  // namespace
+
+bool isSameName(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return small(x) == small(y); });
+}
+
+bool isReservedName(std::string_view name) {
+  const auto begins = [&](std::string_view prefix) {
+    return isSameName(name.substr(0, prefix.size()), prefix);
+  };
+  return name.empty() || name.find('\0') != std::string_view::npos || begins("sqlite_") ||
+         begins("bokfolio_");
+}
 
 const SqlColumn* SqlTable::column(std::uint16_t ordinal) const {
   for (const SqlColumn& column : columns)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bokfolio/store/schema.hpp"
@@ -46,8 +47,11 @@ struct SqlTable {
 
 SqlTable sqlTable(const Entity& entity);
 
-// SQL names do not tell capital from small letters, and some are the engine's own: throws Failure
-// (Refused) for tables that could not live side by side.
+// SQL names do not tell capital from small letters, from A to Z.
+bool isSameName(std::string_view a, std::string_view b);
+// Whether no entity and no property can have the name: it is empty, or the engine's own.
+bool isReservedName(std::string_view name);
+// Throws Failure (Refused) for tables that could not live side by side.
 void checkNames(const std::vector<SqlTable>& tables);
 
 }  // namespace bokfolio::internal

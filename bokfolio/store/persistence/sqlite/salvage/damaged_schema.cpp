@@ -4,8 +4,8 @@
 #include <limits>
 #include <optional>
 
+#include "bokfolio/store/persistence/internal/sql/table.hpp"
 #include "bokfolio/store/persistence/sqlite/salvage/internal/stored_record.hpp"
-#include "bokfolio/store/persistence/sqlite/salvage/internal/table_text.hpp"
 
 namespace bokfolio::internal {
 

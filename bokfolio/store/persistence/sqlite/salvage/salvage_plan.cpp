@@ -70,20 +70,12 @@ void fitToModel(PlannedTable& planned) {
   for (std::size_t i = 0; i < planned.table.columns.size(); ++i) planned.places.push_back(i);
 }
 
-bool isReserved(const std::string& name) {
-  const auto begins = [&](std::string_view prefix) {
-    return isSameName(std::string_view(name).substr(0, prefix.size()), prefix);
-  };
-  return name.empty() || name.find('\0') != std::string::npos || begins("sqlite_") ||
-         begins("bokfolio_");
-}
-
 }  // namespace
 
 SalvagePlan::SalvagePlan(const DamagedSchema& schema, const std::vector<SqlTable>& model) {
   for (const SqlTable& table : model) addModelTable(schema, table);
   for (const SchemaLine& line : schema.lines()) {
-    if (isReserved(line.name) || line.type == "index") continue;
+    if (isReservedName(line.name) || line.type == "index") continue;
     if (line.type == "table") {
       addOther(line);
     } else {

@@ -153,9 +153,4 @@ std::optional<DeclaredTable> parseTableText(std::string_view text) {
   return TableParser(text).parse();
 }
 
-bool isSameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return capital(x) == capital(y); });
-}
-
 }  // namespace bokfolio::internal

@@ -24,7 +24,4 @@ struct DeclaredTable {
 // way than those of documents.
 std::optional<DeclaredTable> parseTableText(std::string_view text);
 
-// As SQLite compares names.
-bool isSameName(std::string_view a, std::string_view b);
-
 }  // namespace bokfolio::internal
