@@ -1,5 +1,7 @@
 #include "tests/conformance/places.hpp"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -97,6 +99,16 @@ std::string bytesOf(const std::string& path) {
 
 void writeBytes(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
+}
+
+sqlite3* openByHand(const std::string& path) {
+  // The library makes its layer known when it opens its first document.
+  const char* layer = std::filesystem::exists(path) ? "bokfolio" : nullptr;
+  sqlite3* database = nullptr;
+  const int code =
+      sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, layer);
+  if (code != SQLITE_OK) throw std::runtime_error(path + " cannot be opened by hand");
+  return database;
 }
 
 const std::vector<PlaceKind>& placeKinds() {

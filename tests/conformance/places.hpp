@@ -7,6 +7,8 @@
 
 #include "bokfolio/store/persistence/persistence.hpp"
 
+struct sqlite3;
+
 namespace bokfolio::test {
 
 // A folder of its own, gone with it.
@@ -29,6 +31,10 @@ class TemporaryFolder {
 // Whole files; "" for one that cannot be read.
 std::string bytesOf(const std::string& path);
 void writeBytes(const std::string& path, const std::string& bytes);
+
+// The document by SQLite past the library, as a program would that keeps the seals of pages; a new
+// file has none. The caller closes it.
+sqlite3* openByHand(const std::string& path);
 
 class Place {
  public:

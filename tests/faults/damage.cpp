@@ -60,8 +60,7 @@ std::optional<Dump> readWhole(Context& context) {
 std::vector<std::string> regions() {
   const TemporaryFolder folder;
   writeBytes(folder / "firm", sample().bytes);
-  sqlite3* database = nullptr;
-  sqlite3_open((folder / "firm").c_str(), &database);
+  sqlite3* database = test::openByHand(folder / "firm");
   std::vector<std::string> found;
   const auto add = [](void* into, int, char** values, char**) {
     auto& all = *static_cast<std::vector<std::string>*>(into);
@@ -119,6 +118,7 @@ void meet(Table& table, const std::string& fault, const std::string& bytes, Open
   try {
     const Sight seen = lookInChild(folder / "firm", mode);
     table.count(fault, seen.ending, seen.words);
+    expect(seen.ending != Ending::Unseen, "another value was taken for the one that was saved");
     expect(mode != OpenMode::ReadOnly || bytesOf(folder / "firm") == bytes, "reading wrote");
     if (seen.ending != Ending::Refused) return;
     writeBytes(folder / "firm", bytes);

@@ -27,8 +27,7 @@ void expectCode(const std::optional<Error>& error, PersistenceError code) {
 }
 
 void execute(const std::string& path, const char* sql) {
-  sqlite3* database = nullptr;
-  sqlite3_open(path.c_str(), &database);
+  sqlite3* database = test::openByHand(path);
   sqlite3_exec(database, sql, nullptr, nullptr, nullptr);
   sqlite3_close(database);
 }
@@ -50,11 +49,10 @@ void makeSample(const std::string& path) {
   ::chmod(path.c_str(), 0666);
 }
 
-std::function<void(const std::string&)> withVersion(char version) {
+std::function<void(const std::string&)> withVersion(int version) {
   return [version](const std::string& path) {
-    std::string bytes = sample().bytes;
-    bytes[63] = version;
-    writeBytes(path, bytes);
+    writeBytes(path, sample().bytes);
+    execute(path, ("PRAGMA user_version=" + std::to_string(version)).c_str());
   };
 }
 
@@ -87,8 +85,8 @@ std::vector<Strange> strangeFiles() {
       {"an empty file", empty, ReadWrite, NotADocument},
       {"a text", text, ReadOnly, NotADocument},
       {"a database of another program", foreign, ReadWrite, NotADocument},
-      {"a newer format", withVersion(3), ReadWrite, NewerFormat},
-      {"a newer format, for reading", withVersion(3), ReadOnly, NewerFormat},
+      {"a newer format", withVersion(4), ReadWrite, NewerFormat},
+      {"a newer format, for reading", withVersion(4), ReadOnly, NewerFormat},
       {"a format that never was", withVersion(0), ReadWrite, NotADocument},
       {"a file where a new one is wanted", makeSample, Create, AlreadyExists},
       {"a journal where a new file is wanted", journal, Create, AlreadyExists},

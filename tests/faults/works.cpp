@@ -79,8 +79,7 @@ Work importing() {
 std::string bytesOfFormat1() {
   const TemporaryFolder folder;
   writeBytes(folder / "firm", sample().bytes);
-  sqlite3* database = nullptr;
-  sqlite3_open((folder / "firm").c_str(), &database);
+  sqlite3* database = test::openByHand(folder / "firm");
   const int code = sqlite3_exec(database,
                                 "PRAGMA user_version=1; DROP TABLE bokfolio_sum_Row; "
                                 "DELETE FROM bokfolio_document WHERE name LIKE 'sum%'; "
@@ -101,7 +100,7 @@ Ending endOfConversion(const std::string& path) {
     expectSample(soundDump(name, OpenMode::ReadOnly));
   }
   expectSample(soundDump(path));
-  expect(bytesOf(path).at(kVersionByte) == 2, "the document is not converted");
+  expect(bytesOf(path).at(kVersionByte) == 3, "the document is not converted");
   return old ? Ending::Old : Ending::New;
 }
 

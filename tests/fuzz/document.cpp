@@ -1,13 +1,15 @@
 // Documents from strangers. An input is a script and patches: when it begins with the line "SQL",
 // the lines up to "BYTES" are run as SQL on a sound document, past this library; what follows
 // overwrites single bytes of the file, four bytes a patch (offset of three bytes, value), or cuts
-// it short (offset FFFFFF, value in 256ths). The result is opened for reading and for writing, read
+// it short (offset FFFFFF, value in 256ths). Then its pages get new seals, as a stranger would see
+// to, unless the last byte is odd. The result is opened for reading and for writing, read
 // whole, verified, changed, saved and closed, and salvaged.
 #include "bokfolio/model/document.hpp"
 
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <span>
 
 #include "bokfolio/model/invoicing/article.hpp"
 #include "bokfolio/model/invoicing/invoice.hpp"
@@ -16,6 +18,8 @@
 #include "bokfolio/model/ledger/entry.hpp"
 #include "bokfolio/model/ledger/fiscal_year.hpp"
 #include "bokfolio/model/ledger/row.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/page_seal.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/sealing_vfs.hpp"
 #include "bokfolio/store/persistence/sqlite/salvage.hpp"
 #include "bokfolio/store/store_error.hpp"
 #include "tests/fuzz/support/fuzz.hpp"
@@ -91,7 +95,8 @@ int authorize(void* /*user*/, int action, const char* first, const char* /*secon
 
 void runScript(const std::string& script) {
   sqlite3* database = nullptr;
-  if (sqlite3_open(path().c_str(), &database) == SQLITE_OK) {
+  if (sqlite3_open_v2(path().c_str(), &database, SQLITE_OPEN_READWRITE, internal::sealingVfs()) ==
+      SQLITE_OK) {
     sqlite3_exec(database, "PRAGMA synchronous=OFF; PRAGMA max_page_count=1000", nullptr, nullptr,
                  nullptr);
     sqlite3_limit(database, SQLITE_LIMIT_LENGTH, 100'000);
@@ -102,6 +107,14 @@ void runScript(const std::string& script) {
     sqlite3_exec(database, script.c_str(), nullptr, nullptr, nullptr);
   }
   sqlite3_close(database);
+}
+
+void sealAnew(std::string& bytes) {
+  const std::span all(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
+  const std::uint32_t size = internal::pageSizeSaid(all);
+  if (size < 512 || !internal::saysSealed(all)) return;
+  for (std::size_t at = 0; at + size <= all.size(); at += size)
+    internal::seal(all.subspan(at, size), static_cast<std::uint32_t>(at / size + 1));
 }
 
 void makeDocument(std::string_view input) {
@@ -118,6 +131,7 @@ void makeDocument(std::string_view input) {
     input.remove_prefix(std::min(end + kBytes.size(), input.size()));
   }
   if (input.size() < kPatch) return;
+  const bool isOdd = (static_cast<unsigned char>(input.back()) & 1U) != 0;
   std::string bytes = fuzz::readBytes(path());
   for (; input.size() >= kPatch && !bytes.empty(); input.remove_prefix(kPatch)) {
     const auto byte = [&](std::size_t at) -> std::uint32_t {
@@ -130,6 +144,7 @@ void makeDocument(std::string_view input) {
       bytes[offset % bytes.size()] = input[3];
     }
   }
+  if (!isOdd) sealAnew(bytes);
   fuzz::writeBytes(path(), bytes);
 }
 

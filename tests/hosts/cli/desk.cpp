@@ -11,6 +11,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "bokfolio/store/persistence/sqlite/internal/sealing_vfs.hpp"
+
 namespace bokfolio::test {
 
 std::string contentOf(const std::string& path) {
@@ -84,7 +86,8 @@ std::string Desk::read(const std::string& name) const { return contentOf(path(na
 
 void Desk::sql(const std::string& statement, const std::string& document) const {
   sqlite3* database = nullptr;
-  ASSERT_EQ(sqlite3_open_v2(path(document).c_str(), &database, SQLITE_OPEN_READWRITE, nullptr),
+  ASSERT_EQ(sqlite3_open_v2(path(document).c_str(), &database, SQLITE_OPEN_READWRITE,
+                            internal::sealingVfs()),
             SQLITE_OK);
   char* message = nullptr;
   EXPECT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, &message), SQLITE_OK)

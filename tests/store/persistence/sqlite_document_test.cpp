@@ -30,7 +30,7 @@ TEST_F(SqliteDocument, LooksAsTheFormatSays) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{"document"});
   const std::string bytes = bytesOf(path);
   EXPECT_EQ(bytes.substr(68, 4), "BKFO");
-  EXPECT_EQ(bytes.substr(60, 4), std::string("\0\0\0\2", 4));
+  EXPECT_EQ(bytes.substr(60, 4), std::string("\0\0\0\3", 4));
   EXPECT_EQ(raw("SELECT value FROM bokfolio_document WHERE name='created_by'"), "1.2");
   EXPECT_EQ(raw("SELECT name || next_id FROM bokfolio_entity ORDER BY name"), "Folder2|Paper301");
   EXPECT_EQ(
@@ -90,7 +90,7 @@ TEST_F(SqliteDocument, OfFormat1IsReadAsItWasWritten) {
 TEST_F(SqliteDocument, WhatIsNoneIsToldApartAndLeftAlone) {
   createSample();
   const std::string good = bytesOf(path);
-  raw("PRAGMA user_version=3");
+  raw("PRAGMA user_version=4");
   const std::string newer = bytesOf(path);
   raw("PRAGMA user_version=0");
   const std::string unversioned = bytesOf(path);

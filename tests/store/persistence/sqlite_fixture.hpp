@@ -6,14 +6,25 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "bokfolio/store/persistence/sqlite/internal/page_seal.hpp"
 #include "bokfolio/store/persistence/sqlite/sqlite_persistence.hpp"
 #include "tests/conformance/draft.hpp"
 #include "tests/conformance/places.hpp"
 
 namespace bokfolio::test {
+
+// The bytes of a document, with a whole seal on each page.
+inline std::string sealedAnew(std::string bytes) {
+  constexpr std::size_t kPage = 4096;
+  const std::span all(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
+  for (std::size_t at = 0; at + kPage <= all.size(); at += kPage)
+    internal::seal(all.subspan(at, kPage), static_cast<std::uint32_t>(at / kPage + 1));
+  return bytes;
+}
 
 class SqliteFile : public testing::Test {
  protected:
@@ -40,8 +51,7 @@ class SqliteFile : public testing::Test {
 
   // Runs SQL on the document past the engine and answers the first column of its rows, by "|".
   std::string raw(const std::string& sql) const {
-    sqlite3* database = nullptr;
-    EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
+    sqlite3* database = openByHand(path);
     std::string rows;
     const auto add = [](void* into, int, char** values, char**) {
       auto& text = *static_cast<std::string*>(into);

@@ -11,12 +11,12 @@ using enum PersistenceError;
 using internal::Connection;
 using internal::DocumentFormat;
 
-// Formats that were never in use: 3 counts in dozens, 4 rebuilds a table.
+// Formats that were never in use: 4 counts in dozens, 5 rebuilds a table.
 const DocumentFormat& laterFormat() {
   static const DocumentFormat format{
-      4,
-      {{2, [](Connection& document) { document.execute("UPDATE Paper SET count = count * 12"); }},
-       {3,
+      5,
+      {{3, [](Connection& document) { document.execute("UPDATE Paper SET count = count * 12"); }},
+       {4,
         [](Connection& document) {
           document.execute(
               "CREATE TABLE other(id INTEGER PRIMARY KEY, version INTEGER NOT NULL, "
@@ -26,7 +26,7 @@ const DocumentFormat& laterFormat() {
           document.execute("DROP TABLE Folder");
           document.execute("ALTER TABLE other RENAME TO Folder");
         }}},
-      4};
+      5};
   return format;
 }
 
@@ -64,7 +64,7 @@ TEST_F(SqliteMigration, ConvertsAfterACopyWasMade) {
     EXPECT_EQ(commit(*document, Draft(schema).remove("Folder", 1, 1)), Refused);
   }
   EXPECT_EQ(raw("SELECT motto FROM Folder"), "ora et labora");
-  const std::string copy = "document.v2-2026-11-21.bak";
+  const std::string copy = "document.v3-2026-11-21.bak";
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", copy}));
   const auto old = engineAt(folder / copy, OpenMode::ReadOnly);
   ASSERT_TRUE(old->open(*schema, nullptr));
@@ -98,7 +98,7 @@ TEST_F(SqliteMigration, FromFormat1KeepsSumsOnceTheyWereBrought) {
 
   auto document = later(OpenMode::ReadWrite, DocumentFormat::current());
   ASSERT_TRUE(document->open(*schema, nullptr));
-  EXPECT_EQ(raw("PRAGMA user_version"), "2");
+  EXPECT_EQ(raw("PRAGMA user_version"), "3");
   EXPECT_EQ(raw("SELECT name FROM sqlite_schema WHERE tbl_name='Line' AND type='index' ORDER BY 1"),
             "Line.holder|Line.mark|Line.sheet");
   EXPECT_FALSE(keepsSums(*document, line));
@@ -125,8 +125,8 @@ TEST_F(SqliteMigration, ThatFailsChangesNothing) {
     EXPECT_EQ(codeOf(error), code);
     EXPECT_EQ(contentOf(*opened(OpenMode::ReadWrite), *schema), before);
   }
-  EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", "document.v2-2026-11-21-2.bak",
-                                                      "document.v2-2026-11-21.bak"}));
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"document", "document.v3-2026-11-21-2.bak",
+                                                      "document.v3-2026-11-21.bak"}));
 }
 
 TEST_F(SqliteMigration, IsNotForReaders) {

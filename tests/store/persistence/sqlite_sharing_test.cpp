@@ -31,8 +31,7 @@ class SqliteSharing : public SqliteFile {
 
   // Another program adds a paper; false when it is kept out.
   bool foreignSave() const {
-    sqlite3* program = nullptr;
-    EXPECT_EQ(sqlite3_open(path.c_str(), &program), SQLITE_OK);
+    sqlite3* program = openByHand(path);
     const int code =
         sqlite3_exec(program, "INSERT INTO Paper(version) VALUES(1)", nullptr, nullptr, nullptr);
     EXPECT_TRUE(code == SQLITE_OK || code == SQLITE_BUSY);

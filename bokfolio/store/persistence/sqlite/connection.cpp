@@ -4,6 +4,9 @@
 #include <new>
 #include <utility>
 
+#include "bokfolio/store/persistence/sqlite/internal/page_seal.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/sealing_vfs.hpp"
+
 namespace bokfolio::internal {
 
 namespace {
@@ -36,6 +39,7 @@ PersistenceError meaning(int code, int systemError) {
     case SQLITE_TOOBIG:
       return PersistenceError::Refused;
     case SQLITE_IOERR:
+      if (code == SQLITE_IOERR_DATA) return PersistenceError::Damaged;
       if (isFull(systemError)) return PersistenceError::Full;
       return PersistenceError::Failed;
     case SQLITE_CANTOPEN:
@@ -87,8 +91,18 @@ Failure sqliteFailure(const std::string& path, int code, int systemError, std::s
   return {meant, "\"" + path + "\" " + sentence(meant, code, words)};
 }
 
+// Empty while all pages were as they were saved.
+std::string sealWords(sqlite3* database) {
+  const SealState seals = sealState(database);
+  if (seals.broken == 0) return "";
+  if (seals.isOpen) return "a save broke off and its journal is gone";
+  return "page " + std::to_string(seals.broken) + " is not as it was saved";
+}
+
 [[noreturn]] void failSqlite(sqlite3* database, const std::string& path, int code) {
-  throw sqliteFailure(path, code, systemErrorOf(database, code), sqlite3_errmsg(database));
+  const std::string words =
+      code == SQLITE_IOERR_DATA ? sealWords(database) : sqlite3_errmsg(database);
+  throw sqliteFailure(path, code, systemErrorOf(database, code), words);
 }
 
 }  // namespace
@@ -146,7 +160,7 @@ Connection::Connection(std::string path, Access access, int patienceMilliseconds
   const int flags = (access == Access::ReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
                     SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
   sqlite3* database = nullptr;
-  const int code = sqlite3_open_v2(path_.c_str(), &database, flags, nullptr);
+  const int code = sqlite3_open_v2(path_.c_str(), &database, flags, sealingVfs());
   handle_.reset(database);
   if (database == nullptr) throw std::bad_alloc();
   if (code != SQLITE_OK) failSqlite(database, path_, code);
@@ -155,6 +169,7 @@ Connection::Connection(std::string path, Access access, int patienceMilliseconds
     failSqlite(database, path_, SQLITE_READONLY);
   }
   sqlite3_busy_timeout(database, patienceMilliseconds);
+  leaveRoomForSeals();
   harden();
 }
 
@@ -203,6 +218,15 @@ std::optional<std::string_view> Connection::columnType(const std::string& table,
   if (code != SQLITE_OK) return std::nullopt;
   return type == nullptr ? "" : type;
 }
+
+void Connection::leaveRoomForSeals() {
+  int reserved = kSealSize;
+  sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
+}
+
+bool Connection::isSealed() const { return sealState(handle_.get()).isSealed; }
+
+std::string Connection::brokenSeal() const { return sealWords(handle_.get()); }
 
 std::uint32_t Connection::stateSeen() const {
   std::uint32_t number = 0;

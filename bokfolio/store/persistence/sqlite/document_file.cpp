@@ -224,6 +224,17 @@ NewFile::NewFile(std::string path, std::optional<mode_t> permissions)
   if (path_.empty()) fail(PersistenceError::NotFound, path_, "is no path.");
   if (fileExists(path_)) failSystem(path_, EEXIST);
   refuseStrayJournal(path_);
+  makeTemporary();
+}
+
+NewFile::NewFile(const DocumentFile& replaced)
+    : replaced_(&replaced),
+      path_(replaced.path()),
+      permissions_(filePermissions(path_).value_or(S_IRUSR | S_IWUSR)) {
+  makeTemporary();
+}
+
+void NewFile::makeTemporary() {
   constexpr mode_t kOwners = S_IRUSR | S_IWUSR;
   constexpr mode_t kEverybodys = kOwners | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
   const mode_t mode = permissions_ ? kOwners : kEverybodys;
@@ -262,11 +273,20 @@ void NewFile::finish() const {
 
 void NewFile::publish() {
   finish();
-  refuseStrayJournal(path_);
-  if (!moveWithoutReplacing(temporary_, path_)) failSystem(path_, errno);
+  takePlace();
   temporary_.clear();
   // Not every file system can flush a folder, and not every folder can be read.
   if (!flushFolder(folderOf(path_)) && errno == EIO) failSystem(path_, errno);
+}
+
+void NewFile::takePlace() const {
+  if (replaced_ != nullptr) {
+    replaced_->checkInPlace();
+    if (::rename(temporary_.c_str(), path_.c_str()) != 0) failSystem(path_, errno);
+    return;
+  }
+  refuseStrayJournal(path_);
+  if (!moveWithoutReplacing(temporary_, path_)) failSystem(path_, errno);
 }
 
 bool fileExists(const std::string& path) {

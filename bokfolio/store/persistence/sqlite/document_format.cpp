@@ -127,7 +127,15 @@ std::string dated(const Clock& clock) {
   return text;
 }
 
-void copyBeforeMigration(Connection& connection, std::int64_t version, const Clock& clock) {
+void vacuumInto(Connection& connection, const std::string& file) {
+  const Connection::FunctionsAllowed allowed(connection);
+  connection.leaveRoomForSeals();
+  Statement copy = connection.prepare("VACUUM INTO ?1");
+  copy.bindText(1, file);
+  copy.run();
+}
+
+void copyBeforeConversion(Connection& connection, std::int64_t version, const Clock& clock) {
   const std::string base = connection.path() + ".v" + std::to_string(version) + "-" + dated(clock);
   std::string path = base + ".bak";
   for (int number = 2; fileExists(path); ++number) {
@@ -143,14 +151,12 @@ void applyMigrations(Connection& connection, const DocumentFormat& format, std::
         std::find_if(format.migrations.begin(), format.migrations.end(),
                      [&](const Migration& migration) { return migration.from == version; });
     if (step == format.migrations.end()) {
-      throw Failure{PersistenceError::NotADocument,
-                    "\"" + connection.path() + "\" has a format that was never in use."};
+      throw Failure{PersistenceError::NotADocument, "its format was never in use."};
     }
     step->apply(connection);
   }
   if (connection.integer("SELECT count(*) FROM pragma_foreign_key_check") != 0) {
-    throw Failure{PersistenceError::Damaged,
-                  "\"" + connection.path() + "\" could not be converted: references are broken."};
+    throw Failure{PersistenceError::Damaged, "references are broken."};
   }
   setUserVersion(connection, format.version);
   transaction.commit();
@@ -159,9 +165,11 @@ void applyMigrations(Connection& connection, const DocumentFormat& format, std::
 }  // namespace
 
 const DocumentFormat& DocumentFormat::current() {
-  // 2 has kept sums, which an older program would not keep. What they need is made when a document
-  // is fitted to the model, and they are computed by the first save.
-  static const DocumentFormat format{2, {{1, [](Connection& /*connection*/) {}}}, 1};
+  // 2 has kept sums and 3 has seals, which an older program would not keep. What sums need is made
+  // when a document is fitted to the model, and they are computed by the first save; what is
+  // converted is written anew, with seals.
+  constexpr auto kNothing = [](Connection& /*connection*/) {};
+  static const DocumentFormat format{kFirstSealed, {{1, kNothing}, {2, kNothing}}, 1};
   return format;
 }
 
@@ -209,18 +217,29 @@ std::int64_t checkFormat(Connection& connection, const DocumentFormat& format) {
     throw Failure{PersistenceError::NotADocument,
                   "\"" + connection.path() + "\" has a format that was never in use."};
   }
+  if (version >= kFirstSealed && !connection.isSealed()) {
+    throw Failure{PersistenceError::Damaged,
+                  "\"" + connection.path() + "\" is damaged (its pages have no seals)."};
+  }
   checkLength(connection);
   refuseComputedColumns(connection);
   return version;
 }
 
-void migrate(Connection& connection, const DocumentFormat& format, const Clock& clock) {
+void convertDocument(Connection& connection, const DocumentFormat& format, const Clock& clock,
+                     const std::string& file) {
   const std::int64_t version = connection.integer("PRAGMA user_version");
-  copyBeforeMigration(connection, version, clock);
-  // Tables that are rebuilt would be seen as missing targets; the check comes at the end.
-  connection.execute("PRAGMA foreign_keys=OFF");
-  applyMigrations(connection, format, version);
-  connection.execute("PRAGMA foreign_keys=ON");
+  copyBeforeConversion(connection, version, clock);
+  try {
+    vacuumInto(connection, file);
+    Connection converted(file, Connection::Access::ReadWrite, 0);
+    // Tables that are rebuilt would be seen as missing targets; the check comes at the end.
+    converted.execute("PRAGMA foreign_keys=OFF");
+    applyMigrations(converted, format, version);
+  } catch (Failure& failure) {
+    failure.sentence = "\"" + connection.path() + "\" could not be converted: " + failure.sentence;
+    throw;
+  }
 }
 
 void fitTables(Connection& connection, const std::vector<SqlTable>& tables) {
@@ -250,11 +269,8 @@ std::vector<SqlTable> presentTables(Connection& connection, const std::vector<Sq
 void copyDocument(Connection& connection, const std::string& path) {
   // A copy is for those who may see the original.
   NewFile file(path, filePermissions(connection.path()));
-  const Connection::FunctionsAllowed allowed(connection);
   try {
-    Statement copy = connection.prepare("VACUUM INTO ?1");
-    copy.bindText(1, file.temporaryPath());
-    copy.run();
+    vacuumInto(connection, file.temporaryPath());
   } catch (Failure& failure) {
     failure.sentence = "The copy \"" + path + "\" could not be made: " + failure.sentence;
     throw;

@@ -167,7 +167,8 @@ RecordId readNextId(Connection& connection, const SqlTable& table) {
 void verifyDocument(Connection& connection, const std::vector<SqlTable>& tables) {
   Statement check = connection.prepare("PRAGMA integrity_check(1)");
   if (check.step() && check.text(0) != "ok") {
-    failDamaged(connection, std::string(check.text(0)));
+    const std::string seal = connection.brokenSeal();
+    failDamaged(connection, seal.empty() ? std::string(check.text(0)) : seal);
   }
   const std::string broken = brokenReference(connection);
   if (!broken.empty()) failDamaged(connection, broken);

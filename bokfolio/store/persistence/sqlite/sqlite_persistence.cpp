@@ -105,7 +105,9 @@ class SqlitePersistence final : public Persistence {
   void openDocument(const Schema& schema);
   void create();
   void connect();
+  void hold();
   void fitDocument();
+  void convert();
   void checkReadable();
   void close();
   Connection& opened() {
@@ -152,12 +154,17 @@ void SqlitePersistence::create() {
   file.publish();
 }
 
-void SqlitePersistence::connect() {
+void SqlitePersistence::hold() {
   const bool forWriting = options_.mode != OpenMode::ReadOnly;
   file_.emplace(options_.path, forWriting);
   connection_.emplace(file_->path(),
                       forWriting ? Connection::Access::ReadWrite : Connection::Access::ReadOnly,
                       options_.patienceMilliseconds);
+}
+
+void SqlitePersistence::connect() {
+  hold();
+  const bool forWriting = options_.mode != OpenMode::ReadOnly;
   if (forWriting) {
     fitDocument();
   } else {
@@ -176,12 +183,29 @@ void SqlitePersistence::fitDocument() {
   const bool older = internal::checkFormat(*connection_, format_) < format_.version;
   // One file between saves, whatever another program made of it.
   connection_->execute("PRAGMA journal_mode=DELETE");
-  if (older) {
-    const SystemClock system;
-    const Clock& clock = options_.clock ? *options_.clock : system;
-    internal::migrate(*connection_, format_, clock);
-  }
+  if (older) convert();
   internal::fitTables(*connection_, tables_);
+}
+
+void SqlitePersistence::convert() {
+  const SystemClock system;
+  {
+    internal::NewFile converted(*file_);
+    internal::convertDocument(*connection_, format_, options_.clock ? *options_.clock : system,
+                              converted.temporaryPath());
+    // Other programs' SQLite does not know the writer's lock. What one of them has begun would go
+    // on in the file without a name.
+    const std::uint32_t seen = connection_->stateSeen();
+    const internal::Transaction writing(*connection_);
+    if (connection_->stateSeen() != seen) {
+      throw Failure{PersistenceError::InUse,
+                    "\"" + file_->path() + "\" is being used by another program."};
+    }
+    converted.publish();
+  }
+  connection_.reset();
+  file_.reset();
+  hold();
 }
 
 void SqlitePersistence::checkReadable() {

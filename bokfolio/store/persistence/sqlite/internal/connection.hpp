@@ -94,6 +94,12 @@ class Connection {
   static constexpr int kCache = 2000;
   void setCache(int kibibytes) { execute("PRAGMA cache_size=-" + std::to_string(kibibytes)); }
   std::int64_t changes() const { return sqlite3_changes64(handle_.get()); }
+  // In the pages of a new file, and of the next copy; SQLite forgets it with each.
+  void leaveRoomForSeals();
+  // Whether each page of the file bears a seal.
+  bool isSealed() const;
+  // Words about the last page that was not as its seal says; empty without one.
+  std::string brokenSeal() const;
   // A number that differs when the file was changed between two looks at it, by anybody. It costs
   // no look of its own.
   std::uint32_t stateSeen() const;

@@ -67,6 +67,10 @@ class DocumentFile {
 // A file that is being made beside its final place, gone again unless published.
 class NewFile {
  public:
+  // Takes the place of the document, with its permissions: from then on the path leads to the new
+  // file and `replaced` holds one that has no name. It must outlive this, and nobody may write it
+  // meanwhile.
+  explicit NewFile(const DocumentFile& replaced);
   // AlreadyExists when there is something at the path, or a journal of what was there; ReadOnly,
   // NotFound (the folder), Full. The file gets the permissions that are usual for this process, or
   // else is for its owner alone until it is published with the permissions given.
@@ -78,12 +82,15 @@ class NewFile {
   const std::string& temporaryPath() const { return temporary_; }
   // Flushes file and folder to the disk. Never replaces what has appeared there meanwhile, and
   // never takes for the file what others have put in its place: Stale. Nothing in this process may
-  // have the file open.
+  // have the new file open.
   void publish();
 
  private:
+  void makeTemporary();
   void finish() const;
+  void takePlace() const;
 
+  const DocumentFile* replaced_ = nullptr;
   std::string path_;
   std::string temporary_;
   FileIdentity made_;

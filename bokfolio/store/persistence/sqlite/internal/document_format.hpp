@@ -13,6 +13,7 @@
 namespace bokfolio::internal {
 
 inline constexpr std::int64_t kApplicationId = 0x424B464F;  // "BKFO"
+inline constexpr std::int64_t kFirstSealed = 3;             // the version whose pages have seals
 
 // More than a business ever has; one that is higher comes from a damaged or crafted file, and would
 // cost memory for all the ids below it.
@@ -38,11 +39,12 @@ const SqlDialect& sqliteDialect();
 // Makes an empty file a document without records.
 void createDocument(Connection& connection, const DocumentFormat& format,
                     const std::vector<SqlTable>& tables, const std::string& applicationVersion);
-// Throws NotADocument or NewerFormat; answers the version.
+// Throws NotADocument, NewerFormat or Damaged; answers the version.
 std::int64_t checkFormat(Connection& connection, const DocumentFormat& format);
-// Brings a document of an older version up to the format, after copying it to
-// "<path>.v1-<date>.bak".
-void migrate(Connection& connection, const DocumentFormat& format, const Clock& clock);
+// Makes of a document of an older version one of the format in `file`, which is empty, after
+// copying the document to "<path>.v1-<date>.bak". The document itself stays as it is.
+void convertDocument(Connection& connection, const DocumentFormat& format, const Clock& clock,
+                     const std::string& file);
 // Adds the tables, columns and indexes that the file lacks, in one transaction. Throws Refused when
 // a column holds another kind.
 void fitTables(Connection& connection, const std::vector<SqlTable>& tables);

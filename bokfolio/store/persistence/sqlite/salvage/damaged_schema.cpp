@@ -39,7 +39,7 @@ std::optional<SchemaLine> lineOf(std::string_view record, std::uint64_t size) {
 
 bool isLostLeaf(const PageFile& file, std::uint32_t number) {
   std::string bytes;
-  if (!file.read(number, bytes)) return false;
+  if (file.read(number, bytes) == PageFile::Page::Missing) return false;
   const auto page = parseTreePage(bytes, number);
   if (!page || page->kind != TreePage::Kind::TableLeaf) return false;
   return std::any_of(page->cells.begin(), page->cells.end(), [&](const TreeCell& cell) {

@@ -9,6 +9,7 @@
 #include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/page_seal.hpp"
 #include "bokfolio/store/persistence/sqlite/salvage/internal/file_bytes.hpp"
 #include "bokfolio/store/persistence/sqlite/salvage/internal/page_bytes.hpp"
 #include "bokfolio/store/persistence/sqlite/salvage/internal/tree_page.hpp"
@@ -17,8 +18,9 @@ namespace bokfolio::internal {
 
 namespace {
 
-constexpr std::size_t kHead = 100;
+constexpr std::uint32_t kShortestPage = 512;
 constexpr std::uint32_t kUsualPageSize = 4096;
+constexpr std::uint32_t kLongestPage = 65536;
 // So much of a file tells how long its pages are.
 constexpr std::int64_t kSample = 8 * 1024 * 1024;
 
@@ -32,6 +34,21 @@ std::uint32_t statedPageSize(std::string_view head) {
   return stated == 1 ? 65536 : stated;
 }
 
+Seal sealOfPage(std::string_view page, std::uint32_t number) {
+  return sealOf({reinterpret_cast<const unsigned char*>(page.data()), page.size()}, number);
+}
+
+// A page of zeros says nothing.
+bool bearsSeal(std::string_view page, std::uint32_t number) {
+  return page.find_first_not_of('\0') != std::string_view::npos &&
+         sealOfPage(page, number) != Seal::Broken;
+}
+
+bool isOfTree(std::string_view page, std::uint32_t number) {
+  const auto parsed = parseTreePage(page, number);
+  return parsed && !parsed->damaged;
+}
+
 }  // namespace
 
 PageFile::PageFile(int descriptor, const std::string& path)
@@ -40,11 +57,11 @@ PageFile::PageFile(int descriptor, const std::string& path)
       size_(sizeOf(descriptor)),
       remarks_(journal_.remarks()) {
   std::string head;
-  if (!readBytes(descriptor_, 0, static_cast<std::size_t>(std::min<std::int64_t>(size_, kHead)),
+  if (!readBytes(descriptor_, 0, static_cast<std::size_t>(std::min<std::int64_t>(size_, kHeadSize)),
                  head)) {
     head.clear();  // the disk refuses it
   }
-  head.resize(kHead);
+  head.resize(kHeadSize);
   findPageSize(head);
   pages_ = static_cast<std::uint32_t>(
       std::min<std::int64_t>(size_ / pageSize_, std::numeric_limits<std::int32_t>::max()));
@@ -55,7 +72,13 @@ PageFile::PageFile(int descriptor, const std::string& path)
                   "\"" + path + "\" is not a document of this program."};
   }
   std::string first;
-  if (read(1, first)) head = first.substr(0, kHead);
+  if (readRaw(1, first)) {
+    head = first.substr(0, kHeadSize);
+    if (sealed_ && !journal_.isHot() && sealOfPage(first, 1) == Seal::Open) {
+      remarks_.emplace_back(
+          "A save broke off and its journal is gone: records may be of before it or of after it.");
+    }
+  }
   readHead(head);
   checkLength(head);
   if (fileSize(path + "-wal") > 0) {
@@ -64,7 +87,15 @@ PageFile::PageFile(int descriptor, const std::string& path)
   }
 }
 
-bool PageFile::read(std::uint32_t number, std::string& page) const {
+PageFile::Page PageFile::read(std::uint32_t number, std::string& page) const {
+  if (!readRaw(number, page)) return Page::Missing;
+  if (!sealed_) return Page::Whole;
+  const Seal found = sealOfPage(page, number);
+  page.resize(page.size() - kSealSize);
+  return found == Seal::Broken ? Page::Doubtful : Page::Whole;
+}
+
+bool PageFile::readRaw(std::uint32_t number, std::string& page) const {
   if (number == 0 || number > pages_) return false;
   return journal_.read(number, page) ||
          readBytes(descriptor_, std::int64_t{pageSize_} * (number - std::int64_t{1}), pageSize_,
@@ -72,20 +103,23 @@ bool PageFile::read(std::uint32_t number, std::string& page) const {
 }
 
 void PageFile::findPageSize(const std::string& head) {
+  const std::uint32_t stated = statedPageSize(head);
+  const std::uint32_t sealed = sealedPageSize(journal_.isHot() ? journal_.pageSize() : stated);
+  sealed_ = sealed != 0;
   if (journal_.isHot()) {
     pageSize_ = journal_.pageSize();
     return;
   }
-  const std::uint32_t stated = statedPageSize(head);
-  if (isPageSize(stated)) {
-    std::string first;
-    if (readBytes(descriptor_, 0, stated, first)) {
-      const auto parsed = parseTreePage(first, 1);
-      if (parsed && !parsed->damaged) {
-        pageSize_ = stated;
-        return;
-      }
-    }
+  if (sealed_) {
+    pageSize_ = sealed;
+    if (pageSize_ != stated)
+      remarkHead("The length of a page at the head of the file was damaged.");
+    return;
+  }
+  std::string first;
+  if (isPageSize(stated) && readBytes(descriptor_, 0, stated, first) && isOfTree(first, 1)) {
+    pageSize_ = stated;
+    return;
   }
   const std::uint32_t likeliest = likeliestPageSize();
   if (likeliest != 0) {
@@ -96,12 +130,20 @@ void PageFile::findPageSize(const std::string& head) {
   if (pageSize_ != stated) remarkHead("The length of a page at the head of the file was damaged.");
 }
 
+// One page that bears a seal tells it: no other bytes would. 0 when there is none.
+std::uint32_t PageFile::sealedPageSize(std::uint32_t stated) const {
+  if (isPageSize(stated) && count(stated, 1, bearsSeal) > 0) return stated;
+  for (std::uint32_t size = kShortestPage; size <= kLongestPage; size *= 2)
+    if (count(size, 1, bearsSeal) > 0) return size;
+  return 0;
+}
+
 // 0 when nothing looks like a page.
 std::uint32_t PageFile::likeliestPageSize() const {
   std::uint32_t best = 0;
   std::uint32_t most = 0;
-  for (std::uint32_t size = 512; size <= 65536; size *= 2) {
-    const std::uint32_t found = treePages(size);
+  for (std::uint32_t size = kShortestPage; size <= kLongestPage; size *= 2) {
+    const std::uint32_t found = count(size, std::numeric_limits<std::uint32_t>::max(), isOfTree);
     if (found <= most) continue;
     most = found;
     best = size;
@@ -109,15 +151,14 @@ std::uint32_t PageFile::likeliestPageSize() const {
   return best;
 }
 
-std::uint32_t PageFile::treePages(std::uint32_t pageSize) const {
+std::uint32_t PageFile::count(std::uint32_t pageSize, std::uint32_t most,
+                              bool (*isOne)(std::string_view page, std::uint32_t number)) const {
   std::uint32_t found = 0;
   std::string page;
   const std::int64_t end = std::min(size_, kSample);
-  std::uint32_t number = 2;
-  for (std::int64_t at = pageSize; at + pageSize <= end; at += pageSize, ++number) {
-    if (!readBytes(descriptor_, at, pageSize, page)) continue;
-    const auto parsed = parseTreePage(page, number);
-    if (parsed && !parsed->damaged) ++found;
+  std::uint32_t number = 1;
+  for (std::int64_t at = 0; at + pageSize <= end && found < most; at += pageSize, ++number) {
+    if (readBytes(descriptor_, at, pageSize, page) && isOne(page, number)) ++found;
   }
   return found;
 }
@@ -129,8 +170,9 @@ void PageFile::readHead(const std::string& head) {
   }
   const auto isMode = [](char mode) { return mode == 1 || mode == 2; };
   const bool fixed = isMode(bytes[18]) && isMode(bytes[19]) &&
-                     bytes.substr(20, 4) == std::string_view("\0\x40\x20\x20", 4) &&
-                     big32(bytes, 56) == 1 && big32(bytes, 52) == 0;
+                     bytes[20] == (sealed_ ? static_cast<char>(kSealSize) : '\0') &&
+                     bytes.substr(21, 3) == "\x40\x20\x20" && big32(bytes, 56) == 1 &&
+                     big32(bytes, 52) == 0;
   if (!fixed) remarkHead("Fixed numbers at the head of the file were damaged.");
   marked_ = big32(bytes, 68) == static_cast<std::uint32_t>(kApplicationId);
   if (!marked_) remarkHead("The mark of our documents was damaged.");

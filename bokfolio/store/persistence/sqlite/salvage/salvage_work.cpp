@@ -83,8 +83,8 @@ void SalvageWork::readFreePages() {
   std::uint32_t found = 0;
   std::string page;
   for (std::uint32_t trunk = file_.firstFree(); trunk != 0 && freeWhole_;) {
-    freeWhole_ =
-        !claims_.isClaimed(trunk) && claims_.claim(trunk, owner) && file_.read(trunk, page);
+    freeWhole_ = !claims_.isClaimed(trunk) && claims_.claim(trunk, owner) &&
+                 file_.read(trunk, page) == PageFile::Page::Whole;
     if (!freeWhole_) break;
     const std::uint32_t leaves = big32(page, 4);
     freeWhole_ = leaves <= file_.pageSize() / 4 - 2;
@@ -204,7 +204,7 @@ void SalvageWork::copyLostLeaves(SalvageTarget& target) {
   inLostLeaves_ = true;
   std::string bytes;
   for (std::uint32_t page = 2; wanted && page <= file_.pages(); ++page) {
-    if (claims_.isClaimed(page) || !file_.read(page, bytes)) continue;
+    if (claims_.isClaimed(page) || file_.read(page, bytes) == PageFile::Page::Missing) continue;
     const auto parsed = parseTreePage(bytes, page);
     if (!parsed || parsed->kind != TreePage::Kind::TableLeaf) continue;
     LostLeaf leaf;

@@ -49,10 +49,17 @@ bool TreeReader::enter(std::uint32_t number) {
   return true;
 }
 
+std::optional<TreePage> TreeReader::parse(std::uint32_t number, std::string& bytes) const {
+  const PageFile::Page found = file_.read(number, bytes);
+  if (found == PageFile::Page::Missing) return std::nullopt;
+  auto page = parseTreePage(bytes, number);
+  if (page && found == PageFile::Page::Doubtful) page->damaged = true;
+  return page;
+}
+
 void TreeReader::walk(std::uint32_t number, Bounds bounds, int depth) {
   std::string bytes;
-  const auto page =
-      file_.read(number, bytes) ? parseTreePage(bytes, number) : std::optional<TreePage>();
+  const auto page = parse(number, bytes);
   const auto fits = [&] {
     if (!page || page->isTable() != table_ || depth > kDeepest) return false;
     if (page->cells.empty()) return depth == 0 || !page->isLeaf();
@@ -81,17 +88,22 @@ void TreeReader::walkCells(const TreePage& page, std::string_view bytes, Bounds 
 }
 
 void TreeReader::give(const TreeCell& cell, std::string_view bytes, bool doubtful) {
-  gather(cell, bytes);
-  (*sink_)({cell.key, record_, cell.payload, doubtful});
+  const bool sound = gather(cell, bytes);
+  (*sink_)({cell.key, record_, cell.payload, doubtful || !sound});
 }
 
-// A page that leads astray is not trusted with its content either.
-void TreeReader::gather(const TreeCell& cell, std::string_view bytes) {
+// Whether all pages that the record continues on are as their seals say. One that leads astray is
+// not trusted with its content either.
+bool TreeReader::gather(const TreeCell& cell, std::string_view bytes) {
   record_.assign(bytes.substr(cell.local, cell.localSize));
   std::string page;
   std::uint32_t next = cell.overflow;
   std::size_t sure = record_.size();
-  while (record_.size() < cell.payload && enter(next) && file_.read(next, page)) {
+  bool sound = true;
+  while (record_.size() < cell.payload && enter(next)) {
+    const PageFile::Page found = file_.read(next, page);
+    if (found == PageFile::Page::Missing) break;
+    sound = sound && found == PageFile::Page::Whole;
     sure = record_.size();
     const std::uint64_t left = cell.payload - record_.size();
     record_.append(page, 4,
@@ -99,6 +111,7 @@ void TreeReader::gather(const TreeCell& cell, std::string_view bytes) {
     next = big32(page, 0);
   }
   if (next != 0) record_.resize(sure);
+  return sound;
 }
 
 }  // namespace bokfolio::internal

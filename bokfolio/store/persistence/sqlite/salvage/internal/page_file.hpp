@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bokfolio/store/persistence/sqlite/salvage/internal/hot_journal.hpp"
@@ -15,8 +16,13 @@ class PageFile {
   // The descriptor must stay open. Throws Failure (NotADocument) when there is no page at all.
   PageFile(int descriptor, const std::string& path);
 
-  // Whether the page is there; `page` is its bytes then.
-  bool read(std::uint32_t number, std::string& page) const;
+  enum class Page : std::uint8_t {
+    Missing,
+    Doubtful,  // not as its seal says
+    Whole,     // or without a seal
+  };
+  // `page` is what stands on it, without the seal.
+  Page read(std::uint32_t number, std::string& page) const;
   // Pages are numbered from 1 to this.
   std::uint32_t pages() const { return pages_; }
   std::uint32_t pageSize() const { return pageSize_; }
@@ -32,8 +38,12 @@ class PageFile {
 
  private:
   void findPageSize(const std::string& head);
+  std::uint32_t sealedPageSize(std::uint32_t stated) const;
   std::uint32_t likeliestPageSize() const;
-  std::uint32_t treePages(std::uint32_t pageSize) const;
+  // How many of the first pages are, if pages are so long, as asked.
+  std::uint32_t count(std::uint32_t pageSize, std::uint32_t most,
+                      bool (*isOne)(std::string_view page, std::uint32_t number)) const;
+  bool readRaw(std::uint32_t number, std::string& page) const;
   void readHead(const std::string& head);
   void checkLength(const std::string& head);
   void remarkHead(const std::string& sentence);
@@ -42,6 +52,7 @@ class PageFile {
   HotJournal journal_;
   std::int64_t size_ = 0;
   std::uint32_t pageSize_ = 0;
+  bool sealed_ = false;
   std::uint32_t pages_ = 0;
   bool marked_ = false;
   bool headSound_ = true;

@@ -36,7 +36,7 @@ struct TreeRecord {
   std::int64_t key = 0;     // of a table: the id
   std::string_view record;  // what can be read from its beginning; valid during the call
   std::uint64_t size = 0;   // of the whole record
-  bool doubtful = false;    // its page is damaged
+  bool doubtful = false;    // a page of it is damaged
 };
 
 class TreeReader {
@@ -62,9 +62,10 @@ class TreeReader {
 
   bool read(std::uint32_t root, PageClaims::Owner owner, bool table, const Sink& sink);
   void walk(std::uint32_t number, Bounds bounds, int depth);
+  std::optional<TreePage> parse(std::uint32_t number, std::string& bytes) const;
   void walkCells(const TreePage& page, std::string_view bytes, Bounds bounds, int depth);
   void give(const TreeCell& cell, std::string_view bytes, bool doubtful);
-  void gather(const TreeCell& cell, std::string_view bytes);
+  bool gather(const TreeCell& cell, std::string_view bytes);
   bool enter(std::uint32_t number);
 
   const PageFile& file_;

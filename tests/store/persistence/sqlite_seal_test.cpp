@@ -1,0 +1,239 @@
+// The seals of pages: what a disk, another program or a crash did to a page is told from what was
+// saved.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <random>
+
+#include "bokfolio/store/persistence/sqlite/salvage.hpp"
+#include "tests/store/persistence/faulty_vfs.hpp"
+#include "tests/store/persistence/sqlite_fixture.hpp"
+
+namespace bokfolio::test {
+
+namespace {
+
+using enum PersistenceError;
+using internal::Seal;
+constexpr std::size_t kPage = 4096;
+constexpr RecordId kPapers = 400;
+
+std::span<const unsigned char> pageOf(const std::string& bytes, std::size_t number) {
+  const std::span all(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+  return all.subspan((number - 1) * kPage, kPage);
+}
+
+std::string textOf(RecordId id) { return "Paper " + std::to_string(id) + std::string(90, 'p'); }
+
+class SqliteSeals : public SqliteFile {
+ protected:
+  SqliteSeals() {
+    const auto made = opened(OpenMode::Create);
+    Draft draft(schema);
+    draft.insert("Folder", 1, {{"name", std::string("2026")}});
+    for (RecordId id = 1; id <= kPapers; ++id) {
+      Cells cells = {{"order by", textOf(id)}, {"folder", Reference{1}}};
+      if (id % 100 == 0) cells["scan"] = Blob{std::string(9'000, 's')};
+      draft.insert("Paper", id, cells);
+    }
+    EXPECT_EQ(commit(*made, draft), std::nullopt);
+    sound = contentOf(*made, *schema);
+  }
+
+  // Every third paper is written anew, on all pages.
+  bool changeMany(Persistence& document) const {
+    Draft draft(schema);
+    for (RecordId id = 1; id <= kPapers; id += 3)
+      draft.update("Paper", id, 1, {{"order by", textOf(id + 1'000)}}, {"order by"});
+    return document.commit(draft.changes(), nullptr);
+  }
+
+  // Opened, checked and read whole: what is wrong, or "".
+  std::string complaint(OpenMode mode = OpenMode::ReadOnly) const {
+    const auto document = engine(mode);
+    std::optional<Error> error;
+    if (document->open(*schema, &error) && document->verify(&error)) return "";
+    EXPECT_EQ(codeOf(error), Damaged);
+    return error->localizedDescription();
+  }
+  std::string damaged(const std::string& words) const {
+    return '"' + path + "\" is damaged (" + words + ").";
+  }
+  void expectAllSealed() const {
+    const std::string bytes = bytesOf(path);
+    for (std::size_t number = 1; number <= bytes.size() / kPage; ++number)
+      EXPECT_EQ(internal::sealOf(pageOf(bytes, number), static_cast<std::uint32_t>(number)),
+                Seal::Whole)
+          << number;
+  }
+
+  Content sound;
+};
+
+TEST_F(SqliteSeals, AreOnEachPageWhateverWasSaved) {
+  expectAllSealed();
+  EXPECT_EQ(bytesOf(path)[20], 16);
+  ASSERT_TRUE(changeMany(*opened(OpenMode::ReadWrite)));
+  expectAllSealed();
+  const auto document = opened(OpenMode::ReadWrite);
+  Draft removal(schema);
+  for (RecordId id = 2; id <= kPapers; id += 3) removal.remove("Paper", id, 1);
+  ASSERT_EQ(commit(*document, removal), std::nullopt);
+  expectAllSealed();
+  EXPECT_TRUE(document->backup(folder / "copy", nullptr));
+  path = folder / "copy";
+  expectAllSealed();
+  EXPECT_EQ(complaint(), "");
+}
+
+TEST_F(SqliteSeals, TellWhichPageIsNotAsItWasSaved) {
+  const std::string good = bytesOf(path);
+  std::mt19937 random(11);
+  for (std::size_t number = 1; number <= good.size() / kPage; ++number) {
+    // Somewhere in the page, the seal included.
+    std::string bytes = good;
+    const std::size_t at = number % 4 == 0 ? kPage - 1 - random() % 16 : 100 + random() % 3'980;
+    bytes[(number - 1) * kPage + at] ^= static_cast<char>(1U << random() % 8);
+    writeBytes(path, bytes);
+    EXPECT_EQ(complaint(), damaged("page " + std::to_string(number) + " is not as it was saved"));
+    // All of it can be read, and what stood on the page is to be looked at.
+    SalvageReport report;
+    ASSERT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
+    std::size_t doubtful = 0;
+    for (const auto& table : report.tables) {
+      EXPECT_TRUE(table.lost.empty());
+      doubtful += table.doubtful.size();
+    }
+    const std::string held =
+        "SELECT count(*) FROM dbstat WHERE name IN ('Paper', 'Folder') AND pagetype<>'internal' "
+        "AND pageno=" +
+        std::to_string(number);
+    writeBytes(path, good);
+    EXPECT_EQ(doubtful > 0, raw(held) == "1") << number;
+    std::filesystem::remove(folder / "new");
+  }
+}
+
+TEST_F(SqliteSeals, TellPagesThatLieElsewhere) {
+  const std::string good = bytesOf(path);
+  const std::size_t last = good.size() / kPage;
+  std::string bytes = good;
+  bytes.replace((last - 1) * kPage, kPage, good, (last - 2) * kPage, kPage);
+  writeBytes(path, bytes);
+  EXPECT_EQ(complaint(), damaged("page " + std::to_string(last) + " is not as it was saved"));
+}
+
+TEST_F(SqliteSeals, AreNotLeftOutUnseen) {
+  std::string bytes = bytesOf(path);
+  bytes[20] = 0;
+  writeBytes(path, bytes);
+  EXPECT_EQ(complaint(), damaged("its pages have no seals"));
+}
+
+TEST_F(SqliteSeals, TellWhatAProgramWroteThatKeepsNone) {
+  sqlite3* program = nullptr;
+  ASSERT_EQ(sqlite3_open(path.c_str(), &program), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(program, "UPDATE Folder SET name='1999'", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(program);
+  EXPECT_EQ(complaint(), damaged("page 1 is not as it was saved"));
+  SalvageReport report;
+  ASSERT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
+  sound["Folder"][1].cells["name"] = std::string("1999");
+  const auto salvaged = engineAt(folder / "new", OpenMode::ReadOnly);
+  ASSERT_TRUE(salvaged->open(*schema, nullptr));
+  EXPECT_EQ(contentOf(*salvaged, *schema), sound);
+}
+
+// A process dies at each step of a save, and what lay beside the document is lost.
+TEST_F(SqliteSeals, TellHalfASaveWithoutItsJournal) {
+  const std::string before = bytesOf(path);
+  Content after = sound;
+  for (auto& [id, saved] : after["Paper"]) {
+    if (id % 3 != 1) continue;
+    saved.version = 2;
+    saved.cells["order by"] = textOf(id + 1'000);
+  }
+  int halves = 0;
+  bool finished = false;
+  for (int step = 1; !finished; ++step) {
+    ASSERT_LT(step, 500);
+    SCOPED_TRACE(step);
+    writeBytes(path, before);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      FaultyVfs vfs;
+      const auto document = opened(OpenMode::ReadWrite);
+      vfs.set(FaultyVfs::Trap::Die, step);
+      changeMany(*document);
+      ::_exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    finished = WEXITSTATUS(status) == 1;
+    const std::string torn = bytesOf(path);
+    std::filesystem::remove(path + "-journal");
+    const std::string words = complaint(step % 2 == 0 ? OpenMode::ReadOnly : OpenMode::ReadWrite);
+    EXPECT_EQ(bytesOf(path), torn);
+    if (words.empty()) {
+      const Content content = contentOf(*opened(OpenMode::ReadOnly), *schema);
+      EXPECT_TRUE(content == sound || content == after);
+      EXPECT_TRUE(content == after || !finished);
+      continue;
+    }
+    ++halves;
+    EXPECT_EQ(words, damaged("a save broke off and its journal is gone"));
+    SalvageReport report;
+    ASSERT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
+    ASSERT_FALSE(report.remarks.empty());
+    EXPECT_EQ(report.remarks.front(),
+              "A save broke off and its journal is gone: records may be of before it or of after "
+              "it.");
+    std::filesystem::remove(folder / "new");
+  }
+  EXPECT_GT(halves, 20);
+}
+
+// The pages of a document of format 2 have none, and it is read as it is; written anew it has them.
+TEST_F(SqliteSeals, ComeWithConversion) {
+  sqlite3* program = nullptr;
+  const std::string old = folder / "old";
+  ASSERT_EQ(sqlite3_open(old.c_str(), &program), SQLITE_OK);
+  const auto run = [&](const std::string& sql) {
+    EXPECT_EQ(sqlite3_exec(program, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+  };
+  run("PRAGMA application_id=1112229455; PRAGMA user_version=2; ATTACH '" + path + "' AS new");
+  for (const char* table : {"bokfolio_document", "bokfolio_entity", "Folder", "Paper"}) {
+    run(raw("SELECT sql FROM sqlite_schema WHERE name='" + std::string(table) + "'"));
+    run("INSERT INTO main." + std::string(table) + " SELECT * FROM new." + table);
+  }
+  sqlite3_close(program);
+  path = old;
+  const std::string unsealed = bytesOf(path);
+  EXPECT_EQ(contentOf(*opened(OpenMode::ReadOnly), *schema), sound);
+  std::string bytes = unsealed;
+  bytes[bytes.find(textOf(7))] = 'Q';
+  writeBytes(path, bytes);
+  SalvageReport report;
+  EXPECT_EQ(complaint(), "");
+  EXPECT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
+  EXPECT_TRUE(report.lossless());
+
+  writeBytes(path, unsealed);
+  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  const auto reader = opened(OpenMode::ReadOnly);
+  EXPECT_EQ(contentOf(*opened(OpenMode::ReadWrite), *schema), sound);
+  EXPECT_EQ(contentOf(*reader, *schema), sound);
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms{0640});
+  expectAllSealed();
+  EXPECT_EQ(folder.names().size(), 4U);  // with the copy of before
+  bytes = bytesOf(path);
+  bytes[bytes.find(textOf(7))] = 'Q';
+  writeBytes(path, bytes);
+  EXPECT_NE(complaint(), "");
+}
+
+}  // namespace
+
+}  // namespace bokfolio::test
