@@ -195,6 +195,26 @@ TEST_F(SqliteSeals, TellHalfASaveWithoutItsJournal) {
   EXPECT_GT(halves, 20);
 }
 
+// Pages are written early when many have changed, and the first may not be among them.
+TEST_F(SqliteSeals, AreWholeAgainWhenASaveIsTakenBack) {
+  const std::string before = bytesOf(path);
+  const std::string torn = folder / "torn";
+  sqlite3* program = openByHand(path);
+  const auto run = [&](const char* sql) {
+    EXPECT_EQ(sqlite3_exec(program, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+  };
+  run("PRAGMA cache_size=1; PRAGMA cache_spill=1; BEGIN; UPDATE Paper SET version=0");
+  std::filesystem::copy_file(path, torn);
+  std::filesystem::copy_file(path + "-journal", torn + "-journal");
+  EXPECT_EQ(internal::sealOf(pageOf(bytesOf(torn), 1), 1), Seal::Open);
+  run("ROLLBACK");
+  sqlite3_close(program);
+  EXPECT_EQ(bytesOf(path), before);
+  path = torn;
+  EXPECT_EQ(complaint(OpenMode::ReadWrite), "");
+  EXPECT_EQ(bytesOf(path), before);
+}
+
 // The pages of a document of format 2 have none, and it is read as it is; written anew it has them.
 TEST_F(SqliteSeals, ComeWithConversion) {
   sqlite3* program = nullptr;

@@ -3,8 +3,8 @@
 //
 // Salvaging opens the damaged file for reading only and does not change a byte of it. It reads the
 // file's pages itself, so that of a damaged page no more is lost than what stood on it, and it runs
-// nothing of what the file says. What it cannot see is a byte that was changed into another
-// plausible one within a value: nothing in the file tells that.
+// nothing of what the file says. What stood on a page that is not as its seal says is kept where it
+// can be read, and listed to be looked at.
 //
 // Both want the document to themselves: InUse while somebody has it open for writing.
 #pragma once
@@ -42,7 +42,7 @@ struct SalvageReport {
     // False: more records may be lost than are named, since no index of the table is whole.
     bool lostIsAll = true;
     // Records that were kept, but from a page that is damaged or that only an index vouches for:
-    // what they say should be looked at.
+    // what they say should be looked at. One byte that is wrong makes all of its page doubtful.
     std::vector<RecordId> doubtful;
   };
   // A value that could not be read and is nil now.
@@ -90,8 +90,9 @@ BOKFOLIO_EXPORT bool salvageSqliteDocument(const Schema& schema, const std::stri
 
 // Makes all indexes anew in place and verifies everything but the kept sums, in one transaction: it
 // ends only when the file is sound then. Before that the file as it was is copied to `copy`, where
-// nothing may be yet; no copy is left when nothing was done. Damaged when that does not mend it,
-// and the errors of opening for writing and of `copy`. A document of an older format stays one.
+// nothing may be yet; no copy is left when nothing was done. Damaged when that does not mend it, as
+// when a page is not as its seal says, and the errors of opening for writing and of `copy`. A
+// document of an older format stays one.
 BOKFOLIO_EXPORT bool rebuildSqliteIndexes(const Schema& schema, const std::string& path,
                                           const std::string& copy, ErrorOut error = nullptr);
 

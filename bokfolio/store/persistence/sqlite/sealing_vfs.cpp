@@ -36,7 +36,6 @@ class File {
         isDocument_(isDocument) {}
 
   int open(sqlite3_vfs& vfs, const char* name, int flags, int* flagsGot);
-  int close();
   int read(void* into, int size, sqlite3_int64 at);
   int write(const void* from, int size, sqlite3_int64 at);
   int truncate(sqlite3_int64 size);
@@ -73,6 +72,7 @@ class File {
   // Of the first page as it is on the disk while its seal is open there.
   std::optional<std::array<unsigned char, kSealSize>> wholeSeal_;
   bool isOpened_ = false;  // by this file
+  bool isNew_ = false;     // and counts for nothing until it was saved once
   bool hasFailed_ = false;
 };
 
@@ -80,16 +80,11 @@ int File::open(sqlite3_vfs& vfs, const char* name, int flags, int* flagsGot) {
   const int code = vfs.xOpen(&vfs, name, real(), flags, flagsGot);
   if (code != SQLITE_OK || !isDocument_) return code;
   sqlite3_int64 length = 0;
-  seals_.isSealed = methods().xFileSize(real(), &length) == SQLITE_OK && length == 0;
+  isNew_ = methods().xFileSize(real(), &length) == SQLITE_OK && length == 0;
+  seals_.isSealed = isNew_;
   std::array<unsigned char, kHeadSize> head{};
   if (methods().xRead(real(), head.data(), kHeadSize, 0) == SQLITE_OK) learn(head);
   return SQLITE_OK;
-}
-
-int File::close() {
-  const int settled = unlock(SQLITE_LOCK_NONE);
-  const int code = methods().xClose(real());
-  return code != SQLITE_OK ? code : settled;
 }
 
 void File::learn(std::span<const unsigned char> head) {
@@ -144,12 +139,10 @@ int File::writeSealed(std::span<const unsigned char> page, std::uint32_t number)
                              : writeReal(copy, static_cast<sqlite3_int64>(number - 1) * pageSize_);
 }
 
-// A file that has no first page yet is new, and counts for nothing so far.
 int File::openSeal() {
-  if (isOpened_) return SQLITE_OK;
+  if (isOpened_ || isNew_) return SQLITE_OK;
   Bytes first(static_cast<std::size_t>(pageSize_));
   const int code = methods().xRead(real(), first.data(), pageSize_, 0);
-  if (code == SQLITE_IOERR_SHORT_READ) return SQLITE_OK;
   if (code != SQLITE_OK) return note(code);
   std::array<unsigned char, kSealSize> bytes{};
   std::copy_n(first.end() - kSealSize, kSealSize, bytes.begin());
@@ -183,7 +176,10 @@ int File::sync(int flags) {
   const int settled = settle();
   if (settled != SQLITE_OK) return settled;
   const int code = note(methods().xSync(real(), flags));
-  if (code == SQLITE_OK) hasFailed_ = false;
+  if (code == SQLITE_OK) {
+    hasFailed_ = false;
+    isNew_ = false;
+  }
   return code;
 }
 
@@ -233,7 +229,7 @@ int guarded(Call&& call) {
 
 int closeFile(sqlite3_file* slot) {
   const std::unique_ptr<File> file(&fileOf(slot));
-  return guarded([&] { return file->close(); });
+  return file->methods().xClose(file->real());
 }
 int readFile(sqlite3_file* slot, void* into, int size, sqlite3_int64 at) {
   return fileOf(slot).read(into, size, at);

@@ -8,12 +8,15 @@
 // crash, the file holds the state before. Beside the document lies a "-journal" while a save runs:
 // after a crash it belongs to the document and heals it at the next opening for writing.
 //
+// Each page bears a seal of what a save wrote there. One that the disk, or a program that keeps no
+// seals, has changed since is Damaged to whoever reads it: an answer is what was saved, or none.
+//
 // A big save takes up to 64 MB while it runs, all else about 2 MB beside what is asked for.
 //
 // Errors besides those that PersistenceError describes. open():
 //   NotADocument  also a folder, or an empty file
 //   ReadOnly      opened for writing without permission; for reading while it needs healing
-//   Damaged       cut short, or inconsistent
+//   Damaged       cut short, inconsistent, or left half done by a save whose journal is gone
 //   Refused       the file holds a property as another kind than the model, or two names of the
 //                 model differ in capitals only
 // commit(): NotFound and Stale also when the file itself was moved away or replaced since open.
@@ -31,7 +34,8 @@ namespace bokfolio {
 
 enum class OpenMode : std::uint8_t {
   Create,     // there must be nothing at the path; the document appears complete or not at all
-  ReadWrite,  // an existing document; one of an older format is converted, after a copy was made
+  ReadWrite,  // an existing document; one of an older format gives its place to a converted one,
+              // after a copy was made
   ReadOnly,   // no lock, and not a byte is written
 };
 
