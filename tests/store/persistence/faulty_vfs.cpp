@@ -1,7 +1,10 @@
 #include "tests/store/persistence/faulty_vfs.hpp"
 
 #include <sqlite3.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <stdexcept>
 
 namespace bokfolio::test {
 
@@ -135,5 +138,19 @@ void FaultyVfs::set(Trap trap, int operation, int code) {
 bool FaultyVfs::sprung() const { return state.left <= 0; }
 
 int FaultyVfs::left() const { return state.left; }
+
+bool survives(const std::function<void(FaultyVfs&)>& work) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    FaultyVfs vfs;
+    work(vfs);
+    ::_exit(1);
+  }
+  int status = 0;
+  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
+    throw std::runtime_error("a process of its own did not end as it should");
+  }
+  return WEXITSTATUS(status) == 1;
+}
 
 }  // namespace bokfolio::test

@@ -2,6 +2,8 @@
 // disk: writing, flushing, cutting or deleting a file.
 #pragma once
 
+#include <functional>
+
 namespace bokfolio::test {
 
 class FaultyVfs {
@@ -26,5 +28,8 @@ class FaultyVfs {
   // Operations until then.
   int left() const;
 };
+
+// Whether a process of its own comes to the end of the work.
+bool survives(const std::function<void(FaultyVfs&)>& work);
 
 }  // namespace bokfolio::test

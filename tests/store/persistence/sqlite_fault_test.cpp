@@ -76,18 +76,11 @@ TEST_F(SqliteFaults, DyingAtAnyStepOfASaveLeavesOldOrNew) {
     ASSERT_LT(++step, 500);
     SCOPED_TRACE(step);
     restore();
-    const pid_t child = ::fork();
-    if (child == 0) {
-      FaultyVfs vfs;
+    finished = survives([&](FaultyVfs& vfs) {
       const auto document = opened(OpenMode::ReadWrite);
       vfs.set(Trap::Die, step);
       document->commit(changes(), nullptr);
-      ::_exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    finished = WEXITSTATUS(status) == 1;
+    });
     // A reader cannot heal what was left, and says so rather than show half of it.
     const auto reading = opening(OpenMode::ReadOnly);
     if (reading != PersistenceError{}) {
@@ -98,6 +91,40 @@ TEST_F(SqliteFaults, DyingAtAnyStepOfASaveLeavesOldOrNew) {
   }
   EXPECT_GT(step, 20);
   EXPECT_GT(healed, 5);
+}
+
+// Whoever heals the document may die or fail, too: the next one heals it then.
+TEST_F(SqliteFaults, HealingThatIsBrokenOffIsDoneAgain) {
+  restore();
+  const std::string original = bytesOf(path);
+  std::string torn;
+  for (int step = 20; torn.empty() || torn == original; ++step) {
+    restore();
+    ASSERT_FALSE(survives([&](FaultyVfs& vfs) {
+      const auto document = opened(OpenMode::ReadWrite);
+      vfs.set(Trap::Die, step);
+      document->commit(changes(), nullptr);
+    }));
+    torn = bytesOf(path);
+  }
+  const std::string journal = bytesOf(path + "-journal");
+  for (const Trap trap : {Trap::Die, Trap::FailOn}) {
+    bool healed = false;
+    int step = 0;
+    while (!healed) {
+      ASSERT_LT(++step, 500);
+      SCOPED_TRACE(step);
+      writeBytes(path, torn);
+      writeBytes(path + "-journal", journal);
+      healed = survives([&](FaultyVfs& vfs) {
+        vfs.set(trap, step, SQLITE_IOERR_WRITE);
+        if (!engine(OpenMode::ReadWrite)->open(*schema, nullptr)) ::_exit(0);
+      });
+      EXPECT_FALSE(changedAfterwards());
+      EXPECT_EQ(bytesOf(path), original);
+    }
+    EXPECT_GT(step, 5);
+  }
 }
 
 // One step of a save fails, or all from there on; the engine goes on working when the disk does.

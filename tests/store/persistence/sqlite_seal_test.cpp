@@ -1,7 +1,6 @@
 // The seals of pages: what a disk, another program or a crash did to a page is told from what was
 // saved.
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <random>
@@ -161,17 +160,11 @@ TEST_F(SqliteSeals, TellHalfASaveWithoutItsJournal) {
     ASSERT_LT(step, 500);
     SCOPED_TRACE(step);
     writeBytes(path, before);
-    const pid_t child = ::fork();
-    if (child == 0) {
-      FaultyVfs vfs;
+    finished = survives([&](FaultyVfs& vfs) {
       const auto document = opened(OpenMode::ReadWrite);
       vfs.set(FaultyVfs::Trap::Die, step);
       changeMany(*document);
-      ::_exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    finished = WEXITSTATUS(status) == 1;
+    });
     const std::string torn = bytesOf(path);
     std::filesystem::remove(path + "-journal");
     const std::string words = complaint(step % 2 == 0 ? OpenMode::ReadOnly : OpenMode::ReadWrite);
