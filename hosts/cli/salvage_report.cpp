@@ -114,6 +114,7 @@ Json lostJson(const SalvageReport::Table& table) {
 
 Json salvageJson(const SalvageReport& report) {
   Json json = {{"lossless", report.lossless()},
+               {"torn", report.torn},
                {"tables", Json::array()},
                {"values", Json::array()},
                {"references", Json::array()},

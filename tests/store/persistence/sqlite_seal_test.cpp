@@ -1,6 +1,7 @@
 // The seals of pages: what a disk, another program or a crash did to a page is told from what was
 // saved.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <random>
@@ -48,6 +49,50 @@ class SqliteSeals : public SqliteFile {
     return document.commit(draft.changes(), nullptr);
   }
 
+  // A save that changes every third paper is done, and the next breaks off in its middle.
+  void tearTwice() {
+    const std::string before = bytesOf(path);
+    for (int step = 50; internal::sealOf(pageOf(bytesOf(path), 1), 1) != Seal::Open; step += 10) {
+      ASSERT_LT(step, 500);
+      writeBytes(path, before);
+      std::filesystem::remove(path + "-journal");
+      survives([&](FaultyVfs& vfs) {
+        const auto document = opened(OpenMode::ReadWrite);
+        changeMany(*document);
+        Draft draft(schema);
+        for (RecordId id = 1; id <= kPapers; id += 2)
+          draft.update("Paper", id, id % 3 == 1 ? 2 : 1, {{"order by", textOf(id + 3'000)}},
+                       {"order by"});
+        vfs.set(FaultyVfs::Trap::Die, step);
+        document->commit(draft.changes(), nullptr);
+      });
+    }
+    for (auto& [id, saved] : sound["Paper"]) {
+      if (id % 3 != 1) continue;
+      saved.version = 2;
+      saved.cells["order by"] = textOf(id + 1'000);
+    }
+  }
+
+  // By a program that knows no seals.
+  static void runPlainly(const std::string& file, const std::string& sql) {
+    sqlite3* program = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &program), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(program, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(program);
+    sqlite3_close(program);
+  }
+
+  Content salvaged() {
+    std::filesystem::remove(folder / "new");
+    std::optional<Error> error;
+    EXPECT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, &error))
+        << error->localizedDescription();
+    const auto document = engineAt(folder / "new", OpenMode::ReadOnly);
+    EXPECT_TRUE(document->open(*schema, nullptr));
+    return contentOf(*document, *schema);
+  }
+
   // Opened, checked and read whole: what is wrong, or "".
   std::string complaint(OpenMode mode = OpenMode::ReadOnly) const {
     const auto document = engine(mode);
@@ -68,6 +113,7 @@ class SqliteSeals : public SqliteFile {
   }
 
   Content sound;
+  SalvageReport report;
 };
 
 TEST_F(SqliteSeals, AreOnEachPageWhateverWasSaved) {
@@ -94,11 +140,17 @@ TEST_F(SqliteSeals, TellWhichPageIsNotAsItWasSaved) {
     std::string bytes = good;
     const std::size_t at = number % 4 == 0 ? kPage - 1 - random() % 16 : 100 + random() % 3'980;
     bytes[(number - 1) * kPage + at] ^= static_cast<char>(1U << random() % 8);
+    const std::string words = damaged("page " + std::to_string(number) + " is not as it was saved");
+    if (number > 1) {
+      std::string wiped = good;
+      wiped.replace((number - 1) * kPage, kPage, kPage, '\0');
+      writeBytes(path, wiped);
+      EXPECT_EQ(complaint(), words);
+    }
     writeBytes(path, bytes);
-    EXPECT_EQ(complaint(), damaged("page " + std::to_string(number) + " is not as it was saved"));
+    EXPECT_EQ(complaint(), words);
     // All of it can be read, and what stood on the page is to be looked at.
-    SalvageReport report;
-    ASSERT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
+    salvaged();
     std::size_t doubtful = 0;
     for (const auto& table : report.tables) {
       EXPECT_TRUE(table.lost.empty());
@@ -110,7 +162,6 @@ TEST_F(SqliteSeals, TellWhichPageIsNotAsItWasSaved) {
         std::to_string(number);
     writeBytes(path, good);
     EXPECT_EQ(doubtful > 0, raw(held) == "1") << number;
-    std::filesystem::remove(folder / "new");
   }
 }
 
@@ -131,18 +182,13 @@ TEST_F(SqliteSeals, AreNotLeftOutUnseen) {
 }
 
 TEST_F(SqliteSeals, TellWhatAProgramWroteThatKeepsNone) {
-  sqlite3* program = nullptr;
-  ASSERT_EQ(sqlite3_open(path.c_str(), &program), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(program, "UPDATE Folder SET name='1999'", nullptr, nullptr, nullptr),
-            SQLITE_OK);
-  sqlite3_close(program);
-  EXPECT_EQ(complaint(), damaged("page 1 is not as it was saved"));
-  SalvageReport report;
-  ASSERT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
   sound["Folder"][1].cells["name"] = std::string("1999");
-  const auto salvaged = engineAt(folder / "new", OpenMode::ReadOnly);
-  ASSERT_TRUE(salvaged->open(*schema, nullptr));
-  EXPECT_EQ(contentOf(*salvaged, *schema), sound);
+  // A page or two, or all of them.
+  for (const char* work : {"UPDATE Folder SET name='1999'", "VACUUM"}) {
+    runPlainly(path, work);
+    EXPECT_EQ(complaint(), damaged("page 1 is not as it was saved"));
+    EXPECT_EQ(salvaged(), sound);
+  }
 }
 
 // A process dies at each step of a save, and what lay beside the document is lost.
@@ -168,7 +214,7 @@ TEST_F(SqliteSeals, TellHalfASaveWithoutItsJournal) {
     const std::string torn = bytesOf(path);
     std::filesystem::remove(path + "-journal");
     const std::string words = complaint(step % 2 == 0 ? OpenMode::ReadOnly : OpenMode::ReadWrite);
-    EXPECT_EQ(bytesOf(path), torn);
+    EXPECT_TRUE(bytesOf(path) == torn);
     if (words.empty()) {
       const Content content = contentOf(*opened(OpenMode::ReadOnly), *schema);
       EXPECT_TRUE(content == sound || content == after);
@@ -177,8 +223,7 @@ TEST_F(SqliteSeals, TellHalfASaveWithoutItsJournal) {
     }
     ++halves;
     EXPECT_EQ(words, damaged("a save broke off and its journal is gone"));
-    SalvageReport report;
-    ASSERT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
+    salvaged();
     ASSERT_FALSE(report.remarks.empty());
     EXPECT_EQ(report.remarks.front(),
               "A save broke off and its journal is gone: records may be of before it or of after "
@@ -186,6 +231,45 @@ TEST_F(SqliteSeals, TellHalfASaveWithoutItsJournal) {
     std::filesystem::remove(folder / "new");
   }
   EXPECT_GT(halves, 20);
+}
+
+// SQLite puts back what it finds in a journal and takes that for all.
+TEST_F(SqliteSeals, TellHalfASaveWithHalfAJournal) {
+  tearTwice();
+  const std::string torn = bytesOf(path);
+  const std::string journal = bytesOf(path + "-journal");
+  int refused = 0;
+  for (std::size_t part = 1; part < 16; ++part) {
+    SCOPED_TRACE(part);
+    std::string cut = journal.substr(0, journal.size() * part / 16);
+    if (part % 4 == 0) (cut = journal)[journal.size() * part / 16] ^= 1;
+    writeBytes(path, torn);
+    writeBytes(path + "-journal", cut);
+    const std::string words = complaint(OpenMode::ReadWrite);
+    if (words.empty()) {
+      EXPECT_EQ(contentOf(*opened(OpenMode::ReadOnly), *schema), sound);
+      continue;
+    }
+    ++refused;
+    EXPECT_EQ(words, damaged("a save broke off and its journal is damaged"));
+    EXPECT_TRUE(bytesOf(path) == torn && bytesOf(path + "-journal") == cut);
+    const Content content = salvaged();
+    EXPECT_EQ(report.torn, part % 4 != 0);
+    EXPECT_TRUE(content == sound || !report.lossless());
+  }
+  EXPECT_GT(refused, 10);
+}
+
+// What is put back has the seals that it had, whoever puts it back.
+TEST_F(SqliteSeals, LieInTheJournal) {
+  tearTwice();
+  const std::string journal = bytesOf(path + "-journal");
+  EXPECT_EQ(salvaged(), sound);
+  EXPECT_TRUE(report.lossless());
+  runPlainly(path, "SELECT count(*) FROM Paper");
+  EXPECT_FALSE(std::filesystem::exists(path + "-journal"));
+  EXPECT_EQ(complaint(), "");
+  EXPECT_EQ(contentOf(*opened(OpenMode::ReadOnly), *schema), sound);
 }
 
 // Pages are written early when many have changed, and the first may not be among them.
@@ -202,49 +286,88 @@ TEST_F(SqliteSeals, AreWholeAgainWhenASaveIsTakenBack) {
   EXPECT_EQ(internal::sealOf(pageOf(bytesOf(torn), 1), 1), Seal::Open);
   run("ROLLBACK");
   sqlite3_close(program);
-  EXPECT_EQ(bytesOf(path), before);
+  EXPECT_TRUE(bytesOf(path) == before);
   path = torn;
   EXPECT_EQ(complaint(OpenMode::ReadWrite), "");
-  EXPECT_EQ(bytesOf(path), before);
+  EXPECT_TRUE(bytesOf(path) == before);
 }
 
 // The pages of a document of format 2 have none, and it is read as it is; written anew it has them.
-TEST_F(SqliteSeals, ComeWithConversion) {
-  sqlite3* program = nullptr;
-  const std::string old = folder / "old";
-  ASSERT_EQ(sqlite3_open(old.c_str(), &program), SQLITE_OK);
-  const auto run = [&](const std::string& sql) {
-    EXPECT_EQ(sqlite3_exec(program, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sql;
-  };
-  run("PRAGMA application_id=1112229455; PRAGMA user_version=2; ATTACH '" + path + "' AS new");
-  for (const char* table : {"bokfolio_document", "bokfolio_entity", "Folder", "Paper"}) {
-    run(raw("SELECT sql FROM sqlite_schema WHERE name='" + std::string(table) + "'"));
-    run("INSERT INTO main." + std::string(table) + " SELECT * FROM new." + table);
-  }
-  sqlite3_close(program);
-  path = old;
-  const std::string unsealed = bytesOf(path);
-  EXPECT_EQ(contentOf(*opened(OpenMode::ReadOnly), *schema), sound);
-  std::string bytes = unsealed;
-  bytes[bytes.find(textOf(7))] = 'Q';
-  writeBytes(path, bytes);
-  SalvageReport report;
-  EXPECT_EQ(complaint(), "");
-  EXPECT_TRUE(salvageSqliteDocument(*schema, path, folder / "new", {}, report, nullptr));
-  EXPECT_TRUE(report.lossless());
+class SqliteUnsealed : public SqliteSeals {
+ protected:
+  SqliteUnsealed() { path = made(0); }
 
-  writeBytes(path, unsealed);
+  // The document as of format 2, with so many bytes of each page kept free.
+  std::string made(int reserved) const {
+    sqlite3* program = nullptr;
+    const std::string file = folder / "old" + std::to_string(reserved);
+    EXPECT_EQ(sqlite3_open(file.c_str(), &program), SQLITE_OK);
+    sqlite3_file_control(program, "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
+    std::string sql =
+        "PRAGMA application_id=1112229455; PRAGMA user_version=2; ATTACH '" + path + "' AS new;";
+    for (const char* table : {"bokfolio_document", "bokfolio_entity", "Folder", "Paper"}) {
+      sql += raw("SELECT sql FROM sqlite_schema WHERE name='" + std::string(table) + "'") +
+             ";INSERT INTO main." + table + " SELECT * FROM new." + table + ";";
+    }
+    EXPECT_EQ(sqlite3_exec(program, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(program);
+    sqlite3_close(program);
+    return file;
+  }
+
+  std::string withAnotherLetter() const {
+    std::string bytes = bytesOf(path);
+    bytes[bytes.find(textOf(7))] = 'Q';
+    return bytes;
+  }
+};
+
+TEST_F(SqliteUnsealed, DocumentsAreReadAndCopied) {
+  EXPECT_EQ(contentOf(*opened(OpenMode::ReadOnly), *schema), sound);
+  EXPECT_TRUE(opened(OpenMode::ReadOnly)->backup(folder / "copy", nullptr));
+  writeBytes(path, withAnotherLetter());
+  EXPECT_EQ(complaint(), "");
+  salvaged();
+  EXPECT_TRUE(report.lossless());
+  path = folder / "copy";
+  expectAllSealed();
+  EXPECT_EQ(complaint(OpenMode::ReadWrite), "");
+  EXPECT_EQ(contentOf(*opened(OpenMode::ReadOnly), *schema), sound);
+}
+
+TEST_F(SqliteUnsealed, DocumentsGiveTheirPlaceToSealedOnes) {
+  const std::string before = bytesOf(path);
   ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  const bool isRoot = ::geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(::chown(path.c_str(), 1234, 1235), 0);
+  }
   const auto reader = opened(OpenMode::ReadOnly);
   EXPECT_EQ(contentOf(*opened(OpenMode::ReadWrite), *schema), sound);
   EXPECT_EQ(contentOf(*reader, *schema), sound);
-  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms{0640});
+  struct stat status {};
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0640U);
+  if (isRoot) {
+    EXPECT_EQ(status.st_uid, 1234U);
+    EXPECT_EQ(status.st_gid, 1235U);
+  }
   expectAllSealed();
-  EXPECT_EQ(folder.names().size(), 4U);  // with the copy of before
-  bytes = bytesOf(path);
-  bytes[bytes.find(textOf(7))] = 'Q';
-  writeBytes(path, bytes);
+  std::string kept;
+  for (const std::string& name : folder.names())
+    if (name.ends_with(".bak")) kept = bytesOf(folder / name);
+  EXPECT_TRUE(kept == before);
+  writeBytes(path, withAnotherLetter());
   EXPECT_NE(complaint(), "");
+}
+
+TEST_F(SqliteUnsealed, DocumentsWithoutRoomForSealsStayAsTheyAre) {
+  path = folder / "document";
+  path = made(32);
+  const std::string before = bytesOf(path);
+  EXPECT_EQ(opening(OpenMode::ReadOnly), PersistenceError{});
+  EXPECT_EQ(opening(OpenMode::ReadWrite), Damaged);
+  EXPECT_TRUE(bytesOf(path) == before);
 }
 
 }  // namespace

@@ -91,17 +91,17 @@ Failure sqliteFailure(const std::string& path, int code, int systemError, std::s
   return {meant, "\"" + path + "\" " + sentence(meant, code, words)};
 }
 
-// Empty while all pages were as they were saved.
+// About a page that was found not to be as it was saved, once; empty without one.
 std::string sealWords(sqlite3* database) {
-  const SealState seals = sealState(database);
-  if (seals.broken == 0) return "";
-  if (seals.isOpen) return "a save broke off and its journal is gone";
-  return "page " + std::to_string(seals.broken) + " is not as it was saved";
+  const BrokenSeal broken = takeBrokenSeal(database);
+  if (broken.page == 0) return "";
+  if (broken.isOpen) return "a save broke off and its journal is gone";
+  return "page " + std::to_string(broken.page) + " is not as it was saved";
 }
 
 [[noreturn]] void failSqlite(sqlite3* database, const std::string& path, int code) {
-  const std::string words =
-      code == SQLITE_IOERR_DATA ? sealWords(database) : sqlite3_errmsg(database);
+  std::string words = code == SQLITE_IOERR_DATA ? sealWords(database) : "";
+  if (words.empty()) words = sqlite3_errmsg(database);
   throw sqliteFailure(path, code, systemErrorOf(database, code), words);
 }
 
@@ -224,9 +224,9 @@ void Connection::leaveRoomForSeals() {
   sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
 }
 
-bool Connection::isSealed() const { return sealState(handle_.get()).isSealed; }
+bool Connection::isSealed() const { return internal::isSealed(handle_.get()); }
 
-std::string Connection::brokenSeal() const { return sealWords(handle_.get()); }
+std::string Connection::takeBrokenSeal() { return sealWords(handle_.get()); }
 
 std::uint32_t Connection::stateSeen() const {
   std::uint32_t number = 0;

@@ -110,6 +110,15 @@ bool flushFolder(const std::string& path) {
   return flushed;
 }
 
+// False for somebody else's file: who has it now would lose it.
+bool giveOwnerOf(int from, int to) {
+  struct stat old {};
+  struct stat made {};
+  if (::fstat(from, &old) != 0 || ::fstat(to, &made) != 0) return false;
+  return (old.st_uid == made.st_uid && old.st_gid == made.st_gid) ||
+         ::fchown(to, old.st_uid, old.st_gid) == 0;
+}
+
 // SQLite would take it for the journal of whatever comes to the path, and "heal" that with it.
 void refuseStrayJournal(const std::string& path) {
   for (const char* suffix : {"-journal", "-wal"}) {
@@ -262,8 +271,9 @@ NewFile::~NewFile() {
 void NewFile::finish() const {
   const int descriptor = ::open(temporary_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   const bool isOurs = descriptor >= 0 && identityOf(descriptor) == made_;
-  const bool flushed = isOurs && ::fsync(descriptor) == 0 &&
-                       (!permissions_ || ::fchmod(descriptor, *permissions_) == 0);
+  const bool flushed =
+      isOurs && (replaced_ == nullptr || giveOwnerOf(replaced_->descriptor(), descriptor)) &&
+      (!permissions_ || ::fchmod(descriptor, *permissions_) == 0) && ::fsync(descriptor) == 0;
   const int systemError = errno;
   if (descriptor >= 0) ::close(descriptor);
   if (flushed) return;

@@ -7,7 +7,6 @@
 #include <set>
 #include <string_view>
 
-#include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/sum_lines.hpp"
 
 namespace bokfolio::internal {
@@ -127,6 +126,7 @@ std::string dated(const Clock& clock) {
   return text;
 }
 
+// A compact copy, with seals.
 void vacuumInto(Connection& connection, const std::string& file) {
   const Connection::FunctionsAllowed allowed(connection);
   connection.leaveRoomForSeals();
@@ -135,13 +135,25 @@ void vacuumInto(Connection& connection, const std::string& file) {
   copy.run();
 }
 
-void copyBeforeConversion(Connection& connection, std::int64_t version, const Clock& clock) {
-  const std::string base = connection.path() + ".v" + std::to_string(version) + "-" + dated(clock);
+// Byte by byte: of the older format in all.
+void copyBeforeConversion(const DocumentFile& file, Connection& connection, std::int64_t version,
+                          const Clock& clock) {
+  const std::string base = file.path() + ".v" + std::to_string(version) + "-" + dated(clock);
   std::string path = base + ".bak";
   for (int number = 2; fileExists(path); ++number) {
     path = base + "-" + std::to_string(number) + ".bak";
   }
-  copyDocument(connection, path);
+  NewFile copy(path, filePermissions(file.path()));
+  try {
+    Transaction reading(connection, Transaction::Kind::Reading);
+    connection.integer("PRAGMA user_version");  // nobody saves from now on
+    file.copyTo(copy.temporaryPath());
+    reading.commit();
+  } catch (Failure& failure) {
+    failure.sentence = "The copy \"" + path + "\" could not be made: " + failure.sentence;
+    throw;
+  }
+  copy.publish();
 }
 
 void applyMigrations(Connection& connection, const DocumentFormat& format, std::int64_t version) {
@@ -226,16 +238,17 @@ std::int64_t checkFormat(Connection& connection, const DocumentFormat& format) {
   return version;
 }
 
-void convertDocument(Connection& connection, const DocumentFormat& format, const Clock& clock,
-                     const std::string& file) {
+void convertDocument(const DocumentFile& file, Connection& connection, const DocumentFormat& format,
+                     const Clock& clock, const std::string& to) {
   const std::int64_t version = connection.integer("PRAGMA user_version");
-  copyBeforeConversion(connection, version, clock);
+  copyBeforeConversion(file, connection, version, clock);
   try {
-    vacuumInto(connection, file);
-    Connection converted(file, Connection::Access::ReadWrite, 0);
+    vacuumInto(connection, to);
+    Connection converted(to, Connection::Access::ReadWrite, 0);
     // Tables that are rebuilt would be seen as missing targets; the check comes at the end.
     converted.execute("PRAGMA foreign_keys=OFF");
     applyMigrations(converted, format, version);
+    checkFormat(converted, format);
   } catch (Failure& failure) {
     failure.sentence = "\"" + connection.path() + "\" could not be converted: " + failure.sentence;
     throw;
@@ -271,6 +284,11 @@ void copyDocument(Connection& connection, const std::string& path) {
   NewFile file(path, filePermissions(connection.path()));
   try {
     vacuumInto(connection, file.temporaryPath());
+    if (!connection.isSealed()) {
+      // What the formats before had, this one has as it was.
+      Connection copy(file.temporaryPath(), Connection::Access::ReadWrite, 0);
+      setUserVersion(copy, kFirstSealed);
+    }
   } catch (Failure& failure) {
     failure.sentence = "The copy \"" + path + "\" could not be made: " + failure.sentence;
     throw;

@@ -36,7 +36,7 @@ Seal sealOf(std::span<const unsigned char> page, std::uint32_t number) {
   if (isThere()) return Seal::Whole;
   turnSeal(wanted);
   if (isThere()) return Seal::Open;
-  return isBlank(page) ? Seal::Whole : Seal::Broken;
+  return isBlank(page) ? Seal::Blank : Seal::Broken;
 }
 
 void seal(std::span<unsigned char> page, std::uint32_t number) {

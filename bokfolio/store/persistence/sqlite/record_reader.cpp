@@ -167,7 +167,7 @@ RecordId readNextId(Connection& connection, const SqlTable& table) {
 void verifyDocument(Connection& connection, const std::vector<SqlTable>& tables) {
   Statement check = connection.prepare("PRAGMA integrity_check(1)");
   if (check.step() && check.text(0) != "ok") {
-    const std::string seal = connection.brokenSeal();
+    const std::string seal = connection.takeBrokenSeal();
     failDamaged(connection, seal.empty() ? std::string(check.text(0)) : seal);
   }
   const std::string broken = brokenReference(connection);

@@ -65,6 +65,8 @@ struct SalvageReport {
   std::vector<Table> tables;
   std::vector<Value> values;
   std::vector<Reference> references;
+  // A save broke off and cannot be taken back: records may be of before it or of after it.
+  bool torn = false;
   // Sentences: what was wrong with the file itself, and what could not be known.
   std::vector<std::string> remarks;
 
@@ -72,7 +74,7 @@ struct SalvageReport {
   bool lossless() const {
     for (const Table& table : tables)
       if (!table.lost.empty() || !table.lostIsAll || !table.doubtful.empty()) return false;
-    return values.empty() && references.empty();
+    return values.empty() && references.empty() && !torn;
   }
 };
 

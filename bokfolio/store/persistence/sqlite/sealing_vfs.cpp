@@ -7,6 +7,7 @@
 #include <new>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "bokfolio/store/persistence/sqlite/internal/page_seal.hpp"
@@ -17,7 +18,8 @@ namespace {
 
 constexpr char kName[] = "bokfolio";
 // Of SQLite's file controls those above 100 are for such layers.
-constexpr int kTellSeals = 0x424B464F;
+constexpr int kTellSealed = 0x424B464F;
+constexpr int kTellBroken = 0x424B4650;
 
 using Bytes = std::vector<unsigned char>;
 
@@ -41,6 +43,7 @@ class File {
   int truncate(sqlite3_int64 size);
   int sync(int flags);
   int size(sqlite3_int64& size);
+  int lock(int level);
   int unlock(int level);
   int control(int operation, void* argument);
   sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(memory_.data()); }
@@ -48,32 +51,26 @@ class File {
 
  private:
   void learn(std::span<const unsigned char> head);
-  bool isSealed(int size) const { return seals_.isSealed && (pageSize_ == 0 || size == pageSize_); }
-  int check(std::span<const unsigned char> page, std::uint32_t number);
-  int writeSealed(std::span<const unsigned char> page, std::uint32_t number);
+  bool isSealed(int size) const { return isSealed_ && (pageSize_ == 0 || size == pageSize_); }
+  bool isBelieved(Seal found, std::uint32_t number) const;
   int openSeal();
   int settle();
   int writeReal(std::span<const unsigned char> bytes, sqlite3_int64 at) {
-    return note(methods().xWrite(real(), bytes.data(), static_cast<int>(bytes.size()), at));
+    return methods().xWrite(real(), bytes.data(), static_cast<int>(bytes.size()), at);
   }
   sqlite3_int64 sealOfFirst() const { return pageSize_ - static_cast<int>(kSealSize); }
-  // What has failed may have been done in part: only SQLite's journal can put it right.
-  int note(int code) {
-    if (code != SQLITE_OK) hasFailed_ = true;
-    return code;
-  }
 
   std::vector<std::max_align_t> memory_;  // of the file below
   bool isDocument_;
-  SealState seals_;
+  bool isSealed_ = false;
   int pageSize_ = 0;  // 0 until a page of a new file was written
-  Bytes page_;        // the one being written
-  Bytes first_;       // kept back; empty without
+  int level_ = SQLITE_LOCK_NONE;
+  Bytes first_;  // kept back; empty without
   // Of the first page as it is on the disk while its seal is open there.
   std::optional<std::array<unsigned char, kSealSize>> wholeSeal_;
   bool isOpened_ = false;  // by this file
   bool isNew_ = false;     // and counts for nothing until it was saved once
-  bool hasFailed_ = false;
+  BrokenSeal broken_;
 };
 
 int File::open(sqlite3_vfs& vfs, const char* name, int flags, int* flagsGot) {
@@ -81,16 +78,17 @@ int File::open(sqlite3_vfs& vfs, const char* name, int flags, int* flagsGot) {
   if (code != SQLITE_OK || !isDocument_) return code;
   sqlite3_int64 length = 0;
   isNew_ = methods().xFileSize(real(), &length) == SQLITE_OK && length == 0;
-  seals_.isSealed = isNew_;
+  isSealed_ = isNew_;
   std::array<unsigned char, kHeadSize> head{};
   if (methods().xRead(real(), head.data(), kHeadSize, 0) == SQLITE_OK) learn(head);
   return SQLITE_OK;
 }
 
+// What was once sealed stays so: a head that says otherwise later is damaged.
 void File::learn(std::span<const unsigned char> head) {
   const std::uint32_t said = pageSizeSaid(head);
-  if (said == 0) return;  // SQLite will refuse it
-  seals_.isSealed = saysSealed(head);
+  if (said == 0 || (isSealed_ && !isNew_)) return;
+  isSealed_ = saysSealed(head);
   pageSize_ = static_cast<int>(said);
 }
 
@@ -106,52 +104,58 @@ int File::read(void* into, int size, sqlite3_int64 at) {
   const std::span page(static_cast<const unsigned char*>(into), static_cast<std::size_t>(size));
   if (at == 0) learn(page);
   if (!isSealed(size)) return code;
-  const int believed = check(page, static_cast<std::uint32_t>(at / size + 1));
-  return believed != SQLITE_OK ? believed : code;
-}
-
-int File::check(std::span<const unsigned char> page, std::uint32_t number) {
+  const auto number = static_cast<std::uint32_t>(at / size + 1);
   const Seal found = sealOf(page, number);
-  const bool isOpen = number == 1 && found == Seal::Open;
-  if (found == Seal::Whole || (isOpen && isOpened_)) return SQLITE_OK;
-  seals_.broken = number;
-  seals_.isOpen = isOpen;
+  if (isBelieved(found, number)) return code;
+  broken_ = {number, number == 1 && found == Seal::Open};
   return SQLITE_IOERR_DATA;
 }
 
-int File::write(const void* from, int size, sqlite3_int64 at) {
-  const std::span bytes(static_cast<const unsigned char*>(from), static_cast<std::size_t>(size));
-  if (!isDocument_) return methods().xWrite(real(), from, size, at);
-  if (!isPage(size, at)) return writeReal(bytes, at);
-  if (at == 0) learn(bytes);
-  if (!isSealed(size)) return writeReal(bytes, at);
-  pageSize_ = size;
-  return writeSealed(bytes, static_cast<std::uint32_t>(at / size + 1));
+// Who writes may come upon a page that was free before it was ever written.
+bool File::isBelieved(Seal found, std::uint32_t number) const {
+  switch (found) {
+    case Seal::Whole:
+      return true;
+    case Seal::Open:
+      return number == 1 && isOpened_;
+    case Seal::Blank:
+      return isNew_ || level_ >= SQLITE_LOCK_RESERVED;
+    case Seal::Broken:
+      break;
+  }
+  return false;
 }
 
-int File::writeSealed(std::span<const unsigned char> page, std::uint32_t number) {
-  Bytes& copy = number == 1 ? first_ : page_;
-  copy.assign(page.begin(), page.end());
-  seal(copy, number);
-  if (number == 1) return SQLITE_OK;  // the last to be written
+int File::write(const void* from, int size, sqlite3_int64 at) {
+  if (!isDocument_ || !isPage(size, at)) return methods().xWrite(real(), from, size, at);
+  // The page is SQLite's own memory, and the room for seals ours.
+  const std::span page(static_cast<unsigned char*>(const_cast<void*>(from)),
+                       static_cast<std::size_t>(size));
+  if (at == 0) learn(page);
+  if (!isSealed(size)) return writeReal(page, at);
+  pageSize_ = size;
+  seal(page, static_cast<std::uint32_t>(at / size + 1));
+  if (at == 0) {
+    first_.assign(page.begin(), page.end());
+    return SQLITE_OK;
+  }
   const int opened = openSeal();
-  return opened != SQLITE_OK ? opened
-                             : writeReal(copy, static_cast<sqlite3_int64>(number - 1) * pageSize_);
+  return opened != SQLITE_OK ? opened : writeReal(page, at);
 }
 
 int File::openSeal() {
   if (isOpened_ || isNew_) return SQLITE_OK;
-  Bytes first(static_cast<std::size_t>(pageSize_));
-  const int code = methods().xRead(real(), first.data(), pageSize_, 0);
-  if (code != SQLITE_OK) return note(code);
-  std::array<unsigned char, kSealSize> bytes{};
-  std::copy_n(first.end() - kSealSize, kSealSize, bytes.begin());
-  const Seal found = sealOf(first, 1);
   isOpened_ = true;
-  if (found == Seal::Broken) return SQLITE_OK;  // being healed: it will be written
-  std::array<unsigned char, kSealSize> other = bytes;
+  Bytes first(static_cast<std::size_t>(pageSize_));
+  if (methods().xRead(real(), first.data(), pageSize_, 0) != SQLITE_OK) first.clear();
+  const Seal found = first.empty() ? Seal::Broken : sealOf(first, 1);
+  // Being healed: it will be written.
+  if (found == Seal::Broken || found == Seal::Blank) return SQLITE_OK;
+  std::array<unsigned char, kSealSize> there{};
+  std::copy_n(first.end() - kSealSize, kSealSize, there.begin());
+  std::array<unsigned char, kSealSize> other = there;
   turnSeal(other);
-  wholeSeal_ = found == Seal::Open ? other : bytes;
+  wholeSeal_ = found == Seal::Open ? other : there;
   return found == Seal::Open ? SQLITE_OK : writeReal(other, sealOfFirst());
 }
 
@@ -170,16 +174,14 @@ int File::settle() {
   return SQLITE_OK;
 }
 
-int File::truncate(sqlite3_int64 size) { return note(methods().xTruncate(real(), size)); }
+int File::truncate(sqlite3_int64 size) {
+  if (size == 0) first_.clear();
+  return methods().xTruncate(real(), size);
+}
 
 int File::sync(int flags) {
-  const int settled = settle();
-  if (settled != SQLITE_OK) return settled;
-  const int code = note(methods().xSync(real(), flags));
-  if (code == SQLITE_OK) {
-    hasFailed_ = false;
-    isNew_ = false;
-  }
+  const int code = methods().xSync(real(), flags);
+  if (code == SQLITE_OK) isNew_ = false;
   return code;
 }
 
@@ -189,24 +191,38 @@ int File::size(sqlite3_int64& size) {
   return code;
 }
 
-// Without a sync before it, as for files that count for nothing yet, this is the end of a save.
+int File::lock(int level) {
+  const int code = methods().xLock(real(), level);
+  if (code == SQLITE_OK) level_ = level;
+  return code;
+}
+
+// What was not settled by now has failed: the journal will put it right.
 int File::unlock(int level) {
-  int settled = SQLITE_OK;
+  level_ = level;
   if (level <= SQLITE_LOCK_SHARED) {
-    if (!first_.empty() && !hasFailed_) settled = settle();
     first_.clear();
     wholeSeal_.reset();
     isOpened_ = false;
-    hasFailed_ = false;
   }
-  const int code = methods().xUnlock(real(), level);
-  return code != SQLITE_OK ? code : settled;
+  return methods().xUnlock(real(), level);
 }
 
 int File::control(int operation, void* argument) {
-  if (operation != kTellSeals) return methods().xFileControl(real(), operation, argument);
-  *static_cast<SealState*>(argument) = seals_;
-  return SQLITE_OK;
+  switch (operation) {
+    case SQLITE_FCNTL_SYNC:  // comes before a flush, and instead of one
+      if (const int code = settle(); code != SQLITE_OK) return code;
+      break;
+    case kTellSealed:
+      *static_cast<bool*>(argument) = isSealed_;
+      return SQLITE_OK;
+    case kTellBroken:
+      *static_cast<BrokenSeal*>(argument) = std::exchange(broken_, {});
+      return SQLITE_OK;
+    default:
+      break;
+  }
+  return methods().xFileControl(real(), operation, argument);
 }
 
 // ---- SQLite's tables of functions
@@ -240,9 +256,7 @@ int writeFile(sqlite3_file* slot, const void* from, int size, sqlite3_int64 at) 
 int truncateFile(sqlite3_file* slot, sqlite3_int64 size) { return fileOf(slot).truncate(size); }
 int syncFile(sqlite3_file* slot, int flags) { return fileOf(slot).sync(flags); }
 int sizeOfFile(sqlite3_file* slot, sqlite3_int64* size) { return fileOf(slot).size(*size); }
-int lockFile(sqlite3_file* slot, int level) {
-  return fileOf(slot).methods().xLock(fileOf(slot).real(), level);
-}
+int lockFile(sqlite3_file* slot, int level) { return fileOf(slot).lock(level); }
 int unlockFile(sqlite3_file* slot, int level) { return fileOf(slot).unlock(level); }
 int checkLock(sqlite3_file* slot, int* result) {
   return fileOf(slot).methods().xCheckReservedLock(fileOf(slot).real(), result);
@@ -373,10 +387,16 @@ const char* sealingVfs() {
   return kName;
 }
 
-SealState sealState(sqlite3* database) {
-  SealState state;
-  sqlite3_file_control(database, "main", kTellSeals, &state);
-  return state;
+bool isSealed(sqlite3* database) {
+  bool sealed = false;
+  sqlite3_file_control(database, "main", kTellSealed, &sealed);
+  return sealed;
+}
+
+BrokenSeal takeBrokenSeal(sqlite3* database) {
+  BrokenSeal broken;
+  sqlite3_file_control(database, "main", kTellBroken, &broken);
+  return broken;
 }
 
 }  // namespace bokfolio::internal

@@ -5,6 +5,7 @@
 
 #include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/hot_journal.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_finder.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_reader.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_writer.hpp"
@@ -157,6 +158,7 @@ void SqlitePersistence::create() {
 void SqlitePersistence::hold() {
   const bool forWriting = options_.mode != OpenMode::ReadOnly;
   file_.emplace(options_.path, forWriting);
+  if (forWriting) internal::checkHealing(*file_);
   connection_.emplace(file_->path(),
                       forWriting ? Connection::Access::ReadWrite : Connection::Access::ReadOnly,
                       options_.patienceMilliseconds);
@@ -191,8 +193,8 @@ void SqlitePersistence::convert() {
   const SystemClock system;
   {
     internal::NewFile converted(*file_);
-    internal::convertDocument(*connection_, format_, options_.clock ? *options_.clock : system,
-                              converted.temporaryPath());
+    internal::convertDocument(*file_, *connection_, format_,
+                              options_.clock ? *options_.clock : system, converted.temporaryPath());
     // Other programs' SQLite does not know the writer's lock. What one of them has begun would go
     // on in the file without a name.
     const std::uint32_t seen = connection_->stateSeen();

@@ -98,8 +98,9 @@ class Connection {
   void leaveRoomForSeals();
   // Whether each page of the file bears a seal.
   bool isSealed() const;
-  // Words about the last page that was not as its seal says; empty without one.
-  std::string brokenSeal() const;
+  // Words about a page that was not as its seal says, if one was met since this was last asked or
+  // thrown; empty without one.
+  std::string takeBrokenSeal();
   // A number that differs when the file was changed between two looks at it, by anybody. It costs
   // no look of its own.
   std::uint32_t stateSeen() const;

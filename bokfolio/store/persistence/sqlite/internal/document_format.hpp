@@ -9,6 +9,7 @@
 #include "bokfolio/platform/clock.hpp"
 #include "bokfolio/store/persistence/internal/sql/statements.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/connection.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
 
 namespace bokfolio::internal {
 
@@ -41,16 +42,17 @@ void createDocument(Connection& connection, const DocumentFormat& format,
                     const std::vector<SqlTable>& tables, const std::string& applicationVersion);
 // Throws NotADocument, NewerFormat or Damaged; answers the version.
 std::int64_t checkFormat(Connection& connection, const DocumentFormat& format);
-// Makes of a document of an older version one of the format in `file`, which is empty, after
-// copying the document to "<path>.v1-<date>.bak". The document itself stays as it is.
-void convertDocument(Connection& connection, const DocumentFormat& format, const Clock& clock,
-                     const std::string& file);
+// Makes of a document of an older version one of the format at `to`, an empty file, after copying
+// the document to "<path>.v1-<date>.bak". The document itself stays as it is.
+void convertDocument(const DocumentFile& file, Connection& connection, const DocumentFormat& format,
+                     const Clock& clock, const std::string& to);
 // Adds the tables, columns and indexes that the file lacks, in one transaction. Throws Refused when
 // a column holds another kind.
 void fitTables(Connection& connection, const std::vector<SqlTable>& tables);
 // Of each table what the file has of it: for reading without writing.
 std::vector<SqlTable> presentTables(Connection& connection, const std::vector<SqlTable>& tables);
-// A compact copy of the saved state, complete or not at all.
+// A compact copy of the saved state, complete or not at all; of one without seals it has some, and
+// is of the first format that has.
 void copyDocument(Connection& connection, const std::string& path);
 
 }  // namespace bokfolio::internal

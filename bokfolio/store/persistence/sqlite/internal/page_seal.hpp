@@ -1,5 +1,6 @@
 // The seal of a page: its last sixteen bytes, which its number and all its other bytes determine. A
-// page that the disk changed, lost or put in another's place does not fit its seal any more.
+// page that was changed, or put in another's place, does not fit its seal any more. One that is as
+// it was before its last save does.
 //
 // The seal of the first page is broken, in a way that can be told, while a save writes the others:
 // who finds it so and no journal beside the file has pages of two states.
@@ -19,10 +20,11 @@ inline constexpr std::size_t kHeadSize = 100;
 enum class Seal : std::uint8_t {
   Whole,
   Broken,
-  Open,  // a save was under way
+  Open,   // a save was under way
+  Blank,  // no page at all, but zeros: never written, or wiped out
 };
 
-// Pages are numbered from 1. A page of nothing but zeros was never written and is whole.
+// Pages are numbered from 1.
 Seal sealOf(std::span<const unsigned char> page, std::uint32_t number);
 void seal(std::span<unsigned char> page, std::uint32_t number);
 // Makes a whole seal an open one and the reverse; the bytes are those of the seal alone.

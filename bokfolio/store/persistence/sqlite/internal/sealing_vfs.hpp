@@ -8,7 +8,11 @@
 // While a save is under way the seal of the first page is open. It is opened before the first other
 // page is written, and whole again when all of them are with the system: a first page that is
 // written meanwhile is kept back until then. So whoever finds it open, and no journal, knows that
-// the file is neither the old state nor the new one.
+// the file is neither the old state nor the new one. Nothing is flushed for the sake of that order:
+// a process that dies keeps it, a power cut may not.
+//
+// Seals go into SQLite's own pages, too, so that its journal holds pages with the seals that they
+// had.
 #pragma once
 
 #include <sqlite3.h>
@@ -20,14 +24,13 @@ namespace bokfolio::internal {
 // The name by which SQLite knows the layer.
 const char* sealingVfs();
 
-// What the layer knows of the main file of a connection.
-struct SealState {
-  bool isSealed = false;
-  // The last page that could not be believed; 0 while there was none.
-  std::uint32_t broken = 0;
-  // It is the first: a save broke off, and its journal is gone.
-  bool isOpen = false;
+// Of the main file of a connection.
+bool isSealed(sqlite3* database);
+// The last page that could not be believed since this was last asked.
+struct BrokenSeal {
+  std::uint32_t page = 0;  // 0: none
+  bool isOpen = false;     // the first: a save broke off, and its journal is gone
 };
-SealState sealState(sqlite3* database);
+BrokenSeal takeBrokenSeal(sqlite3* database);
 
 }  // namespace bokfolio::internal

@@ -9,9 +9,9 @@
 #include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/file_bytes.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/page_bytes.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/page_seal.hpp"
-#include "bokfolio/store/persistence/sqlite/salvage/internal/file_bytes.hpp"
-#include "bokfolio/store/persistence/sqlite/salvage/internal/page_bytes.hpp"
 #include "bokfolio/store/persistence/sqlite/salvage/internal/tree_page.hpp"
 
 namespace bokfolio::internal {
@@ -72,14 +72,9 @@ PageFile::PageFile(int descriptor, const std::string& path)
                   "\"" + path + "\" is not a document of this program."};
   }
   std::string first;
-  if (readRaw(1, first)) {
-    head = first.substr(0, kHeadSize);
-    if (sealed_ && !journal_.isHot() && sealOfPage(first, 1) == Seal::Open) {
-      remarks_.emplace_back(
-          "A save broke off and its journal is gone: records may be of before it or of after it.");
-    }
-  }
+  if (readRaw(1, first)) head = first.substr(0, kHeadSize);
   readHead(head);
+  checkFirst();
   checkLength(head);
   if (fileSize(path + "-wal") > 0) {
     remarks_.push_back("\"" + path +
@@ -92,7 +87,21 @@ PageFile::Page PageFile::read(std::uint32_t number, std::string& page) const {
   if (!sealed_) return Page::Whole;
   const Seal found = sealOfPage(page, number);
   page.resize(page.size() - kSealSize);
-  return found == Seal::Broken ? Page::Doubtful : Page::Whole;
+  const bool isBelieved = found == Seal::Whole || (number == 1 && found == Seal::Open);
+  return isBelieved ? Page::Whole : Page::Doubtful;
+}
+
+void PageFile::checkFirst() {
+  std::string first;
+  if (sealed_ && readRaw(1, first) && sealOfPage(first, 1) == Seal::Broken) {
+    remarkHead("The first page is not as it was saved.");
+  }
+  torn_ = !journal_.isWhole();
+  if (sealed_ && !journal_.isHot() && readRaw(1, first) && sealOfPage(first, 1) == Seal::Open) {
+    torn_ = true;
+    remarks_.emplace_back(
+        "A save broke off and its journal is gone: records may be of before it or of after it.");
+  }
 }
 
 bool PageFile::readRaw(std::uint32_t number, std::string& page) const {
@@ -117,9 +126,14 @@ void PageFile::findPageSize(const std::string& head) {
     return;
   }
   std::string first;
-  if (isPageSize(stated) && readBytes(descriptor_, 0, stated, first) && isOfTree(first, 1)) {
-    pageSize_ = stated;
-    return;
+  if (isPageSize(stated) && readBytes(descriptor_, 0, stated, first)) {
+    // Another program has written all pages, and no seals.
+    if (head[20] == kSealSize) first.resize(stated - kSealSize);
+    if (isOfTree(first, 1)) {
+      sealed_ = head[20] == kSealSize;
+      pageSize_ = stated;
+      return;
+    }
   }
   const std::uint32_t likeliest = likeliestPageSize();
   if (likeliest != 0) {

@@ -58,6 +58,7 @@ bool rebuildSqliteIndexes(const Schema& schema, const std::string& path, const s
     checkPath(path);
     checkPath(copy);
     const DocumentFile file(path, true);
+    internal::checkHealing(file);
     Connection connection(file.path(), Connection::Access::ReadWrite, 0);
     internal::checkFormat(connection, internal::DocumentFormat::current());
     connection.execute("PRAGMA journal_mode=DELETE");

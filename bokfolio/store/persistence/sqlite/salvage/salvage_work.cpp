@@ -6,8 +6,8 @@
 
 #include "bokfolio/store/persistence/internal/failure.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/document_format.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/page_bytes.hpp"
 #include "bokfolio/store/persistence/sqlite/internal/record_reader.hpp"
-#include "bokfolio/store/persistence/sqlite/salvage/internal/page_bytes.hpp"
 
 namespace bokfolio::internal {
 
@@ -33,6 +33,7 @@ SalvageWork::SalvageWork(const PageFile& file, const std::vector<SqlTable>& mode
       schema_(file, claims_, reader_),
       plan_(schema_, model) {
   checkDocument();
+  report_.torn = file.isTorn();
   report_.remarks = file.remarks();
   report_.remarks.insert(report_.remarks.end(), plan_.remarks.begin(), plan_.remarks.end());
 }

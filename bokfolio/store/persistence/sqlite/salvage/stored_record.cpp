@@ -3,7 +3,7 @@
 #include <array>
 #include <cstring>
 
-#include "bokfolio/store/persistence/sqlite/salvage/internal/page_bytes.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/page_bytes.hpp"
 
 namespace bokfolio::internal {
 

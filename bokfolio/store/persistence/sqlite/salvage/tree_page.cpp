@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "bokfolio/store/persistence/sqlite/salvage/internal/page_bytes.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/page_bytes.hpp"
 
 namespace bokfolio::internal {
 

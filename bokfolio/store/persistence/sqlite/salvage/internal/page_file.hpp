@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "bokfolio/store/persistence/sqlite/salvage/internal/hot_journal.hpp"
+#include "bokfolio/store/persistence/sqlite/internal/hot_journal.hpp"
 
 namespace bokfolio::internal {
 
@@ -32,6 +32,8 @@ class PageFile {
   std::int64_t version() const { return version_; }
   std::uint32_t firstFree() const { return firstFree_; }
   std::uint32_t freePages() const { return freePages_; }
+  // Whether a save broke off that cannot be taken back: pages may be of before it or of after it.
+  bool isTorn() const { return torn_; }
   // Whether all of the head was as a save leaves it.
   bool isHeadSound() const { return headSound_; }
   const std::vector<std::string>& remarks() const { return remarks_; }
@@ -39,6 +41,7 @@ class PageFile {
  private:
   void findPageSize(const std::string& head);
   std::uint32_t sealedPageSize(std::uint32_t stated) const;
+  void checkFirst();
   std::uint32_t likeliestPageSize() const;
   // How many of the first pages are, if pages are so long, as asked.
   std::uint32_t count(std::uint32_t pageSize, std::uint32_t most,
@@ -53,6 +56,7 @@ class PageFile {
   std::int64_t size_ = 0;
   std::uint32_t pageSize_ = 0;
   bool sealed_ = false;
+  bool torn_ = false;
   std::uint32_t pages_ = 0;
   bool marked_ = false;
   bool headSound_ = true;

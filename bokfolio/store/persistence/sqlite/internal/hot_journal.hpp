@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "bokfolio/store/persistence/sqlite/internal/document_file.hpp"
+
 namespace bokfolio::internal {
 
 class HotJournal {
@@ -18,11 +20,15 @@ class HotJournal {
   HotJournal& operator=(const HotJournal&) = delete;
   ~HotJournal();
 
+  // False for one that is damaged or cannot be read: there may have been more in it.
+  bool isWhole() const { return whole_; }
   // Whether a save was interrupted; all below is about such a journal.
   bool isHot() const { return pageSize_ != 0; }
   std::uint32_t pageSize() const { return pageSize_; }
   // How many pages the document had.
   std::uint32_t pages() const { return pages_; }
+  // Whether its pages fit the seals that they have. It reads all of them.
+  bool isSealed() const;
   // The highest page that the journal has.
   std::uint32_t lastPage() const { return places_.empty() ? 0 : places_.rbegin()->first; }
   // The page as it was; false when the save had not touched it.
@@ -35,6 +41,7 @@ class HotJournal {
   bool takePage(std::int64_t at, std::uint32_t seed);
 
   std::string path_;
+  bool whole_ = true;
   int descriptor_ = -1;
   std::int64_t size_ = 0;
   std::uint32_t pageSize_ = 0;
@@ -43,5 +50,10 @@ class HotJournal {
   std::map<std::uint32_t, std::int64_t> places_;  // of the pages' bytes
   std::vector<std::string> remarks_;
 };
+
+// SQLite heals as far as a journal goes, takes that for all, and looks at one byte of two hundred.
+// Throws Failure (Damaged) when it would leave another state than that before the save. For whoever
+// is about to open the document for writing.
+void checkHealing(const DocumentFile& file);
 
 }  // namespace bokfolio::internal
