@@ -9,14 +9,16 @@
 // after a crash it belongs to the document and heals it at the next opening for writing.
 //
 // Each page bears a seal of what a save wrote there. One that the disk, or a program that keeps no
-// seals, has changed since is Damaged to whoever reads it: an answer is what was saved, or none.
+// seals, has changed since is Damaged to whoever reads it: no answer is made of changed bytes.
 //
 // A big save takes up to 64 MB while it runs, all else about 2 MB beside what is asked for.
 //
 // Errors besides those that PersistenceError describes. open():
 //   NotADocument  also a folder, or an empty file
 //   ReadOnly      opened for writing without permission; for reading while it needs healing
-//   Damaged       cut short, inconsistent, or left half done by a save whose journal is gone
+//   Damaged       cut short, inconsistent, or left half done by a save whose journal is gone or
+//                 damaged
+//   Stale         another program replaced the file at that moment
 //   Refused       the file holds a property as another kind than the model, or two names of the
 //                 model differ in capitals only
 // commit(): NotFound and Stale also when the file itself was moved away or replaced since open.
