@@ -38,10 +38,9 @@ Seal sealOfPage(std::string_view page, std::uint32_t number) {
   return sealOf({reinterpret_cast<const unsigned char*>(page.data()), page.size()}, number);
 }
 
-// A page of zeros says nothing.
 bool bearsSeal(std::string_view page, std::uint32_t number) {
-  return page.find_first_not_of('\0') != std::string_view::npos &&
-         sealOfPage(page, number) != Seal::Broken;
+  const Seal found = sealOfPage(page, number);
+  return found == Seal::Whole || found == Seal::Open;
 }
 
 bool isOfTree(std::string_view page, std::uint32_t number) {
@@ -85,23 +84,20 @@ PageFile::PageFile(int descriptor, const std::string& path)
 PageFile::Page PageFile::read(std::uint32_t number, std::string& page) const {
   if (!readRaw(number, page)) return Page::Missing;
   if (!sealed_) return Page::Whole;
-  const Seal found = sealOfPage(page, number);
+  const bool isBelieved = bearsSeal(page, number);
   page.resize(page.size() - kSealSize);
-  const bool isBelieved = found == Seal::Whole || (number == 1 && found == Seal::Open);
   return isBelieved ? Page::Whole : Page::Doubtful;
 }
 
 void PageFile::checkFirst() {
   std::string first;
-  if (sealed_ && readRaw(1, first) && sealOfPage(first, 1) == Seal::Broken) {
-    remarkHead("The first page is not as it was saved.");
-  }
+  const Seal found = sealed_ && readRaw(1, first) ? sealOfPage(first, 1) : Seal::Whole;
+  if (found == Seal::Broken) remarkHead("The first page is not as it was saved.");
   torn_ = !journal_.isWhole();
-  if (sealed_ && !journal_.isHot() && readRaw(1, first) && sealOfPage(first, 1) == Seal::Open) {
-    torn_ = true;
-    remarks_.emplace_back(
-        "A save broke off and its journal is gone: records may be of before it or of after it.");
-  }
+  if (found != Seal::Open || journal_.isHot() || torn_) return;
+  torn_ = true;
+  remarks_.emplace_back(
+      "A save broke off and its journal is gone: records may be of before it or of after it.");
 }
 
 bool PageFile::readRaw(std::uint32_t number, std::string& page) const {
