@@ -113,12 +113,9 @@ Json lostJson(const SalvageReport::Table& table) {
 }  // namespace
 
 Json salvageJson(const SalvageReport& report) {
-  Json json = {{"lossless", report.lossless()},
-               {"torn", report.torn},
-               {"tables", Json::array()},
-               {"values", Json::array()},
-               {"references", Json::array()},
-               {"remarks", report.remarks}};
+  Json json = {{"lossless", report.lossless()}, {"torn", report.torn},
+               {"tables", Json::array()},       {"values", Json::array()},
+               {"references", Json::array()},   {"remarks", report.remarks}};
   for (const SalvageReport::Table& table : report.tables) {
     json["tables"].push_back({{"name", table.name},
                               {"read", table.read},

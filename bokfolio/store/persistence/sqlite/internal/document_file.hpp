@@ -68,8 +68,8 @@ class DocumentFile {
 class NewFile {
  public:
   // Takes the place of the document, with its owner and permissions: from then on the path leads to
-  // the new file, and `replaced` holds one that it leads to no more. It must outlive this, and nobody
-  // may write it meanwhile. ReadOnly when the owner cannot be kept.
+  // the new file, and `replaced` holds one that it leads to no more. It must outlive this, and
+  // nobody may write it meanwhile. ReadOnly when the owner cannot be kept.
   explicit NewFile(const DocumentFile& replaced);
   // AlreadyExists when there is something at the path, or a journal of what was there; ReadOnly,
   // NotFound (the folder), Full. The file gets the permissions that are usual for this process, or
