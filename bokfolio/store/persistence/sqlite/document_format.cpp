@@ -135,7 +135,7 @@ void vacuumInto(Connection& connection, const std::string& file) {
   copy.run();
 }
 
-// Byte by byte: of the older format in all.
+// Byte by byte, so that an older program finds its own document.
 void copyBeforeConversion(const DocumentFile& file, Connection& connection, std::int64_t version,
                           const Clock& clock) {
   const std::string base = file.path() + ".v" + std::to_string(version) + "-" + dated(clock);

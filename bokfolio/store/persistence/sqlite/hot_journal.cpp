@@ -100,9 +100,8 @@ bool HotJournal::isSealed() const {
   std::string page;
   return std::all_of(places_.begin(), places_.end(), [&](const auto& place) {
     if (!readBytes(descriptor_, place.second, pageSize_, page)) return false;
-    const Seal found =
-        sealOf({reinterpret_cast<const unsigned char*>(page.data()), page.size()}, place.first);
-    return found == Seal::Whole || found == Seal::Blank;
+    return sealOf({reinterpret_cast<const unsigned char*>(page.data()), page.size()},
+                  place.first) != Seal::Broken;
   });
 }
 
